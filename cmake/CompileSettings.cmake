@@ -1,0 +1,18 @@
+# Settings for all code of this project, and only for it: nothing here reaches a client.
+add_library(VelmoraCompileSettings INTERFACE)
+target_compile_features(VelmoraCompileSettings INTERFACE cxx_std_17)
+
+if(MSVC)
+    # /utf-8: sources are UTF-8; /Zc:__cplusplus: report the language version that is in force.
+    target_compile_options(VelmoraCompileSettings INTERFACE /W4 /utf-8 /Zc:__cplusplus
+        $<$<BOOL:${VELMORA_WARNINGS_AS_ERRORS}>:/WX>)
+else()
+    target_compile_options(VelmoraCompileSettings INTERFACE
+        -Wall -Wextra -Wshadow -Wconversion $<$<BOOL:${VELMORA_WARNINGS_AS_ERRORS}>:-Werror>)
+    if(VELMORA_CHECKED)
+        # The toolchain has no sanitizer run-time library, so a finding traps: illegal instruction.
+        target_compile_options(VelmoraCompileSettings INTERFACE
+            -fsanitize=undefined -fsanitize-undefined-trap-on-error)
+        target_compile_definitions(VelmoraCompileSettings INTERFACE _GLIBCXX_ASSERTIONS)
+    endif()
+endif()

@@ -1,0 +1,21 @@
+# The DLLs of the compiler's run time that have to lie beside every program. Containers and strings
+# cross the library's interface, so the C++ run time is always the shared one.
+set(VELMORA_RUNTIME_LIBRARIES)
+if(MINGW)
+    if(CMAKE_SIZEOF_VOID_P EQUAL 8)
+        set(unwinder libgcc_s_seh-1.dll)
+    else()
+        set(unwinder libgcc_s_dw2-1.dll)
+    endif()
+    file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/runtime)
+    foreach(dll libstdc++-6.dll ${unwinder} libwinpthread-1.dll)
+        execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${dll}
+            OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE)
+        if(NOT IS_ABSOLUTE "${path}")
+            message(FATAL_ERROR "${dll} isn't part of ${CMAKE_CXX_COMPILER}")
+        endif()
+        file(COPY_FILE ${path} ${PROJECT_BINARY_DIR}/runtime/${dll} ONLY_IF_DIFFERENT)
+        file(COPY ${PROJECT_BINARY_DIR}/runtime/${dll} DESTINATION ${PROJECT_BINARY_DIR}/bin)
+        list(APPEND VELMORA_RUNTIME_LIBRARIES ${PROJECT_BINARY_DIR}/runtime/${dll})
+    endforeach()
+endif()
