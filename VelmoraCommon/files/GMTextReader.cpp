@@ -1,0 +1,157 @@
+#include "VelmoraCommon/files/GMTextReader.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstddef>
+#include <cstring>
+#include <memory>
+#include <utility>
+
+#include "VelmoraCommon/files/internal/ByteOrderMarks.h"
+#include "VelmoraCommon/text/GMStringConvert.h"
+
+namespace Velmora
+{
+namespace
+{
+
+template <std::size_t Size>
+bool StartsWith(unsigned char const * bytes, unsigned int count, unsigned char const (&mark)[Size])
+{
+    return count >= Size && std::equal(mark, mark + Size, bytes);
+}
+
+} // namespace
+
+GMTextReader::GMTextReader(GMString const & path)
+    : m_file(nullptr),
+      m_encoding(EncodingUndecided),
+      m_ownsFile(true)
+{
+    auto file = std::make_unique<GMFile>();
+    file->Create(path, FILE_GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL);
+    m_file = file.release();
+}
+
+GMTextReader::GMTextReader(GMFile & file)
+    : m_file(&file),
+      m_encoding(EncodingUndecided),
+      m_ownsFile(false)
+{
+}
+
+GMTextReader::~GMTextReader()
+{
+    if (m_ownsFile)
+        delete m_file;
+}
+
+bool GMTextReader::LoadContent(bool assumeUtf8)
+{
+    m_encoding = EncodingUndecided;
+    unsigned long long size = 0;
+    unsigned long long position = 0;
+    unsigned int markSize = 0;
+    if (!m_file->GetSize(size) || !FindEncoding(size, assumeUtf8, markSize) ||
+        !m_file->Seek(markSize, FILE_BEGIN, position))
+    {
+        return false;
+    }
+
+    GMString text;
+    size -= markSize;
+    if (!(m_encoding == EncodingUtf16 ? ReadUtf16(size, text) : ReadMultiByte(size, text)))
+        return false;
+    m_content = std::move(text);
+    return true;
+}
+
+bool GMTextReader::FindEncoding(unsigned long long fileSize, bool assumeUtf8,
+                                unsigned int & markSize)
+{
+    // Longer files than the shortest mark are read as far as the longest reaches. That refuses a
+    // file of 2 bytes.
+    unsigned char start[sizeof(utf8Mark)];
+    unsigned int read = 0;
+    if (fileSize >= sizeof(utf16Mark) &&
+        (!m_file->SeekBeginOfFile() || !m_file->Read(start, sizeof(start), read) ||
+         read < sizeof(start)))
+    {
+        return false;
+    }
+    if (StartsWith(start, read, utf16BigEndianMark))
+        return false;
+
+    if (StartsWith(start, read, utf16Mark))
+    {
+        m_encoding = EncodingUtf16;
+        markSize = sizeof(utf16Mark);
+    }
+    else if (StartsWith(start, read, utf8Mark))
+    {
+        m_encoding = EncodingUtf8;
+        markSize = sizeof(utf8Mark);
+    }
+    else
+    {
+        m_encoding = assumeUtf8 ? EncodingAssumedUtf8 : EncodingDefault;
+        markSize = 0;
+    }
+    return true;
+}
+
+// Both readers go by the count that was read: the file may have become shorter meanwhile.
+
+bool GMTextReader::ReadUtf16(unsigned long long size, GMString & text)
+{
+    if (size > UINT_MAX)
+        return false;
+    unsigned int read = 0;
+    text.resize(static_cast<std::size_t>(size / sizeof(wchar_t)));
+    if (!m_file->Read(text.data(), static_cast<unsigned int>(text.size() * sizeof(wchar_t)), read))
+        return false;
+    text.resize(read / sizeof(wchar_t));
+    return true;
+}
+
+bool GMTextReader::ReadMultiByte(unsigned long long size, GMString & text)
+{
+    if (size > INT_MAX)
+        return false;
+    unsigned int read = 0;
+    std::unique_ptr<char[]> const bytes(new char[static_cast<std::size_t>(size)]); // not zeroed
+    if (!m_file->Read(bytes.get(), static_cast<unsigned int>(size), read))
+        return false;
+    text = GMStringConvert::MultiByteToUnicodeString(
+        bytes.get(), static_cast<int>(read), m_encoding == EncodingDefault ? CP_ACP : CP_UTF8);
+    return true;
+}
+
+GMString const & GMTextReader::GetFileContent() const { return m_content; }
+
+bool GMTextReader::LoadContentFromFileBuffer(GMBuffer<unsigned char> const & buffer,
+                                             GMString & text)
+{
+    unsigned char const * const bytes = buffer.m_data;
+    unsigned int const count = buffer.m_length;
+    if (StartsWith(bytes, count, utf16Mark))
+    {
+        text.resize((count - sizeof(utf16Mark)) / sizeof(wchar_t));
+        std::memcpy(text.data(), bytes + sizeof(utf16Mark), text.size() * sizeof(wchar_t));
+        return true;
+    }
+
+    bool const utf8 = StartsWith(bytes, count, utf8Mark);
+    if (!utf8 && count >= sizeof(utf16Mark) && bytes[0] >= 0x7F)
+        return false;
+    unsigned int const markSize = utf8 ? sizeof(utf8Mark) : 0;
+    unsigned int const size = count - markSize;
+    if (size > INT_MAX)
+        return false;
+    text =
+        GMStringConvert::MultiByteToUnicodeString(reinterpret_cast<char const *>(bytes) + markSize,
+                                                  static_cast<int>(size), utf8 ? CP_UTF8 : CP_ACP);
+    return true;
+}
+
+} // namespace Velmora
