@@ -1,0 +1,16 @@
+#pragma once
+
+#include <map>
+#include <string>
+
+namespace Velmora::Testing
+{
+
+/// The handles that this process holds, counted by the kind of object: "Key", "File", "Event".
+/// Exact, also under Wine, where `GetProcessHandleCount` always answers 0.
+std::map<std::string, unsigned int> HandlesByKind();
+
+/// The sum of them.
+unsigned int HandleCount();
+
+} // namespace Velmora::Testing
