@@ -1,0 +1,11 @@
+#pragma once
+
+#include "benchmarks/Bench.h"
+
+namespace Velmora::Benchmarks
+{
+
+// One function a family of rows, each in a source file of its own.
+void MeasureBuffers(Report & report);
+
+} // namespace Velmora::Benchmarks

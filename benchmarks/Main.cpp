@@ -1,0 +1,15 @@
+#include <cstdio>
+
+#include "benchmarks/Families.h"
+
+using namespace Velmora::Benchmarks;
+
+// velmora_bench [FILTER]: prints every row, or those whose name contains FILTER. Ends with 0 if
+// every bar was met, else with 1.
+int main(int argc, char ** argv)
+{
+    Report report(argc > 1 ? argv[1] : "");
+    MeasureBuffers(report);
+    std::printf("%u bars missed\n", report.Missed());
+    return report.Missed() == 0 ? 0 : 1;
+}
