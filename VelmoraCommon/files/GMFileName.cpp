@@ -1,0 +1,201 @@
+#include "VelmoraCommon/files/GMFileName.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "VelmoraCommon/frame/WindowsApi.h"
+#include "VelmoraCommon/text/GMStringUtils.h"
+
+#include <shlwapi.h>
+
+namespace Velmora
+{
+
+namespace
+{
+
+constexpr wchar_t delimiters[] = L"\\/";
+constexpr wchar_t whiteSpace[] = L" \r\t\n";
+constexpr std::wstring_view invalidInPath = L"*?<>|:\"";
+constexpr std::wstring_view invalidInFileName = L"*?<>|:\"\\/";
+constexpr wchar_t const * reservedNames[] = {L"CON", L"PRN", L"AUX", L"NUL"};
+
+bool IsInvalid(wchar_t unit, std::wstring_view invalid)
+{
+    return unit < L' ' || invalid.find(unit) != std::wstring_view::npos;
+}
+
+void RemoveEndDelimiters(GMString & path)
+{
+    path.erase(path.find_last_not_of(delimiters) + 1); // none found: npos + 1 is 0
+}
+
+void RemoveEnclosingQuotes(GMString & path)
+{
+    if (path.size() >= 2 && path.front() == L'"' && path.back() == L'"')
+        path = path.substr(1, path.size() - 2);
+}
+
+GMString Normalized(GMString path, unsigned int flags)
+{
+    GMFileName::NormalizePath(path, flags);
+    return path;
+}
+
+void AppendToList(GMString & list, std::wstring_view entry)
+{
+    if (!list.empty())
+        list += L' ';
+    list += entry;
+}
+
+void ReplaceInvalid(GMString & text, std::wstring_view invalid, GMString const & replacement)
+{
+    GMString repaired;
+    repaired.reserve(text.size());
+    for (wchar_t const unit : text)
+    {
+        if (IsInvalid(unit, invalid))
+            repaired += replacement;
+        else
+            repaired += unit;
+    }
+    text = std::move(repaired);
+}
+
+} // namespace
+
+wchar_t GMFileName::GetDirDelimiter() { return L'\\'; }
+
+wchar_t GMFileName::GetPosixDirDelimiter() { return L'/'; }
+
+wchar_t GMFileName::GetAnyStringWildcard() { return L'*'; }
+
+wchar_t GMFileName::GetDirsSplitChar() { return L'?'; }
+
+void GMFileName::NormalizePath(GMString & path, unsigned int flags)
+{
+    if (flags & smc_lowerCase)
+        GMStringUtils::MakeLower(path);
+    if (flags & smc_upperCase)
+        GMStringUtils::MakeUpper(path);
+    if (flags & smc_unquote)
+        RemoveEnclosingQuotes(path);
+    if (flags & (smc_endDelimiter | smc_noEndDelimiter))
+        RemoveEndDelimiters(path);
+    if ((flags & smc_endDelimiter) && !(flags & smc_noEndDelimiter) && !path.empty())
+        path += GetDirDelimiter();
+    if (flags & smc_backslashes)
+        std::replace(path.begin(), path.end(), GetPosixDirDelimiter(), GetDirDelimiter());
+}
+
+void GMFileName::Canonicalize(GMString & path)
+{
+    // The call doesn't measure what it is given.
+    if (path.size() >= MAX_PATH)
+        return;
+    wchar_t canonical[MAX_PATH] = {};
+    PathCanonicalizeW(canonical, path.c_str());
+    path = canonical;
+}
+
+bool GMFileName::IsCompletedPath(GMString const & path)
+{
+    if (path.size() < 2)
+        return false;
+    if (path[0] == L'\\' && path[1] == L'\\')
+        return true;
+    return path[1] == L':' && (path.size() == 2 || path[2] == L'\\' || path[2] == L'/');
+}
+
+GMString GMFileName::JoinFileName(GMString const & directory, GMString const & name)
+{
+    GMString const tail = Normalized(name, smc_unquote);
+    if (IsCompletedPath(tail))
+        return tail;
+
+    GMString joined = Normalized(directory, smc_unquote | smc_endDelimiter);
+    return joined.append(tail, std::min(tail.find_first_not_of(delimiters), tail.size()));
+}
+
+GMString GMFileName::GetDirectory(GMString const & path)
+{
+    GMString directory = Normalized(path, smc_unquote | smc_noEndDelimiter);
+    GMString::size_type const mark = directory.rfind(GetDirDelimiter());
+    if (mark != GMString::npos)
+        directory.erase(mark);
+    return directory;
+}
+
+GMString GMFileName::GetParentDirectory(GMString const & path)
+{
+    return GetDirectory(Normalized(path, smc_noEndDelimiter));
+}
+
+void GMFileName::SplitNameToPureNameAndExtension(GMString const & name, GMString & pure,
+                                                 GMString & delimiter, GMString & tail)
+{
+    GMString const whole = name; // any of the results may be the name's own object
+    GMString::size_type const mark = whole.rfind(GetDirDelimiter());
+    bool const split = mark != GMString::npos;
+    pure = whole.substr(0, mark);
+    delimiter = split ? L"\\" : L"";
+    tail = split ? whole.substr(mark + 1) : GMString();
+}
+
+GMString GMFileName::GetQuotedFilePath(GMString const & path) { return L'"' + path + L'"'; }
+
+bool GMFileName::HasWildcardChar(GMString const & path)
+{
+    return path.find_first_of(L"*?") != GMString::npos;
+}
+
+bool GMFileName::CheckFilePath(GMString const & path, GMString & invalid)
+{
+    invalid.clear();
+    for (GMString::size_type i = 0; i < path.size(); ++i)
+    {
+        bool const isDriveColon = i == 1 && path[i] == L':';
+        if (!isDriveColon && IsInvalid(path[i], invalidInPath))
+            AppendToList(invalid, std::wstring_view(&path[i], 1));
+    }
+    return invalid.empty();
+}
+
+bool GMFileName::CheckFilePathParts(GMString const & path, GMString & invalid)
+{
+    invalid.clear();
+    GMString::size_type begin = 0;
+    while (begin < path.size())
+    {
+        GMString::size_type const end =
+            std::min(path.find_first_of(delimiters, begin), path.size());
+        GMString part = path.substr(begin, end - begin);
+        GMStringUtils::Trim(part, whiteSpace);
+        for (wchar_t const * const name : reservedNames)
+        {
+            if (GMStringUtils::CompareNoCase(part, name) == 0)
+                AppendToList(invalid, name);
+        }
+        begin = end + 1;
+    }
+    return invalid.empty();
+}
+
+bool GMFileName::CheckFilePathError(GMString const & path)
+{
+    GMString invalid;
+    return CheckFilePath(path, invalid) && CheckFilePathParts(path, invalid);
+}
+
+void GMFileName::RepairInvalidPath(GMString & path, GMString const & replacement)
+{
+    ReplaceInvalid(path, invalidInPath, replacement);
+}
+
+void GMFileName::RepairInvalidFileName(GMString & name, GMString const & replacement)
+{
+    ReplaceInvalid(name, invalidInFileName, replacement);
+}
+
+} // namespace Velmora
