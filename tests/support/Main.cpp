@@ -38,6 +38,7 @@ class HandleCheck : public ::testing::Environment
         ScratchKey const key;
         TemporaryFolder const folder;
         WriteBytes(folder.File(L"a"), "a");
+        SCOPED_TRACE("GoogleTest watches a thread from its first trace on");
         for (HKEY root : {HKEY_CLASSES_ROOT, HKEY_LOCAL_MACHINE, HKEY_USERS, HKEY_CURRENT_CONFIG})
         {
             ScopedRegKey opened;
