@@ -70,7 +70,8 @@ public:
         if (capacity == m_capacity)
             return;
         T * const data = Allocate(capacity);
-        std::copy_n(m_data, std::min(m_capacity, capacity), data);
+        if (data != nullptr)
+            std::copy_n(m_data, std::min(m_capacity, capacity), data);
         delete[] m_data;
         m_data = data;
         m_capacity = capacity;
