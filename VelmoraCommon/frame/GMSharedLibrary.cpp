@@ -1,5 +1,7 @@
 #include "VelmoraCommon/frame/GMSharedLibrary.h"
 
+#include "VelmoraCommon/frame/internal/ScopedHandle.h"
+
 namespace Velmora
 {
 
@@ -7,6 +9,7 @@ GMSharedLibrary::GMSharedLibrary() : m_handle(nullptr) {}
 
 GMSharedLibrary::~GMSharedLibrary()
 {
+    LastErrorKeeper const keeper; // a module's own code runs as it goes
     if (m_handle != nullptr)
         FreeLibrary(m_handle);
 }

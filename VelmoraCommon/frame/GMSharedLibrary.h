@@ -15,6 +15,8 @@ class VELMORA_API GMSharedLibrary
 {
 public:
     GMSharedLibrary();
+
+    /// Lets go of the module and leaves the last error as it was.
     ~GMSharedLibrary();
 
     /// Loads \p path in place of the module held so far.
