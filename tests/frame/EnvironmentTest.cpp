@@ -1,0 +1,130 @@
+#include "VelmoraCommon/frame/GMEnvironmentVariable.h"
+#include "VelmoraCommon/frame/WindowsApi.h"
+#include "VelmoraCommon/shell/GMShellUtils.h"
+
+#include <algorithm>
+#include <string>
+
+#include <shlobj.h>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/ImportHook.h"
+
+using namespace Velmora;
+using namespace Velmora::Testing;
+
+namespace
+{
+
+wchar_t variable[] = L"VELMORA_TEST_VARIABLE";
+
+/// Sets the variable for a scope; null makes sure that it isn't there.
+class VariableScope
+{
+public:
+    explicit VariableScope(wchar_t const * value) { SetEnvironmentVariableW(variable, value); }
+    ~VariableScope() { SetEnvironmentVariableW(variable, nullptr); }
+    VariableScope(VariableScope const &) = delete;
+    VariableScope & operator=(VariableScope const &) = delete;
+};
+
+TEST(GMEnvironmentVariable, ReadsValuesOfEveryLength)
+{
+    for (std::wstring const & value : {std::wstring(), std::wstring(L"x"),
+                                       std::wstring(L"\x4e2d %PATH%"), std::wstring(32000, L'v')})
+    {
+        VariableScope const scope(value.c_str());
+        EXPECT_EQ(value, GMEnvironmentVariable::GetEnvironmentVar(variable));
+    }
+    VariableScope const scope(nullptr);
+    EXPECT_EQ(L"", GMEnvironmentVariable::GetEnvironmentVar(variable));
+    EXPECT_EQ(L"", GMEnvironmentVariable::GetEnvironmentVar(nullptr));
+}
+
+decltype(&GetEnvironmentVariableW) originalGet = nullptr;
+
+/// The variable grows after its length was told.
+DWORD WINAPI GrowingVariable(wchar_t const * name, wchar_t * buffer, DWORD size)
+{
+    DWORD const result = originalGet(name, buffer, size);
+    if (buffer == nullptr)
+        SetEnvironmentVariableW(variable, L"grown meanwhile");
+    return result;
+}
+
+TEST(GMEnvironmentVariable, IsWholeOrEmptyWhenItGrowsMeanwhile)
+{
+    VariableScope const scope(L"short");
+    ImportHook const hook("GetEnvironmentVariableW", &GrowingVariable, originalGet);
+    EXPECT_EQ(L"grown meanwhile", GMEnvironmentVariable::GetEnvironmentVar(variable));
+}
+
+TEST(GMShellUtils, ExpandsVariablesInPaths)
+{
+    VariableScope const scope(L"C:\\value");
+    struct Case
+    {
+        wchar_t const * path;
+        wchar_t const * expanded;
+    };
+    Case const cases[] = {
+        {L"%VELMORA_TEST_VARIABLE%\\a", L"C:\\value\\a"},
+        {L"%velmora_test_variable%%VELMORA_TEST_VARIABLE%", L"C:\\valueC:\\value"},
+        {L"%VELMORA_NO_SUCH%", L"%VELMORA_NO_SUCH%"},
+        {L"100%", L"100%"},
+    };
+    for (Case const & each : cases)
+        EXPECT_EQ(each.expanded, GMShellUtils::GetEnvironmentRealPath(each.path));
+}
+
+int expansions = 0;
+DWORD answers[2] = {};
+
+/// The n-th call writes a text and gives the n-th answer.
+DWORD WINAPI AnsweringExpand(wchar_t const *, wchar_t * buffer, DWORD size)
+{
+    if (buffer != nullptr && size >= 2)
+        std::copy_n(L"!", 2, buffer);
+    return answers[expansions++ % 2];
+}
+
+TEST(GMShellUtils, LeavesPathsAloneThatCannotBeExpanded)
+{
+    struct Case
+    {
+        char const * what;
+        wchar_t const * path;
+        DWORD answers[2];
+        int calls;
+        wchar_t const * result;
+    };
+    Case const cases[] = {
+        {"nothing to expand", L"C:\\plain", {2, 2}, 0, L"C:\\plain"},
+        {"empty", L"", {2, 2}, 0, L""},
+        {"expanded", L"%A%", {2, 2}, 2, L"!"},
+        {"it became shorter", L"%A%", {3, 2}, 2, L"!"},
+        {"no size", L"%A%", {0, 2}, 1, L"%A%"},
+        {"second call fails", L"%A%", {2, 0}, 2, L"%A%"},
+        {"it became longer", L"%A%", {2, 3}, 2, L"%A%"},
+    };
+    ImportHook const hook("ExpandEnvironmentStringsW", &AnsweringExpand);
+    for (Case const & each : cases)
+    {
+        SCOPED_TRACE(each.what);
+        expansions = 0;
+        std::copy_n(each.answers, 2, answers);
+        EXPECT_EQ(each.result, GMShellUtils::GetEnvironmentRealPath(each.path));
+        EXPECT_EQ(each.calls, expansions);
+    }
+}
+
+TEST(GMShellUtils, FindsSpecialFolders)
+{
+    wchar_t windows[MAX_PATH] = {};
+    GetWindowsDirectoryW(windows, MAX_PATH);
+    EXPECT_EQ(0, _wcsicmp(windows, GMShellUtils::GetSpecialFolderPath(CSIDL_WINDOWS).c_str()));
+    EXPECT_EQ(L"", GMShellUtils::GetSpecialFolderPath(0x7F));
+}
+
+} // namespace
