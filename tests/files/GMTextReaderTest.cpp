@@ -1,0 +1,266 @@
+#include "VelmoraCommon/files/GMTextReader.h"
+
+#include <algorithm>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "VelmoraCommon/text/GMStringConvert.h"
+#include "tests/support/AllocationMeter.h"
+#include "tests/support/GuardBuffer.h"
+#include "tests/support/Mutator.h"
+#include "tests/support/TemporaryFolder.h"
+
+using namespace Velmora;
+using namespace Velmora::Testing;
+using namespace std::string_literals;
+
+namespace
+{
+
+constexpr unsigned int simplifiedChinese = 936;
+
+/// Lets code page 0 mean Simplified Chinese for a scope, whatever the system's is.
+class ChineseScope
+{
+public:
+    ChineseScope() { GMStringConvert::SetDefaultCodePage(simplifiedChinese); }
+    ~ChineseScope() { GMStringConvert::SetDefaultCodePage(0); }
+    ChineseScope(ChineseScope const &) = delete;
+    ChineseScope & operator=(ChineseScope const &) = delete;
+};
+
+/// An open file for reading.
+class OpenedFile : public GMFile
+{
+public:
+    explicit OpenedFile(GMString const & path)
+    {
+        Create(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING, 0);
+    }
+};
+
+wchar_t const * const refused = L"<refused>";
+
+GMString Load(GMString const & path, bool assumeUtf8)
+{
+    GMTextReader reader(path);
+    return reader.LoadContent(assumeUtf8) ? reader.GetFileContent() : refused;
+}
+
+/// Decodes \p bytes from a buffer whose end touches an unreadable page.
+GMString LoadBuffer(std::string const & bytes)
+{
+    GuardBuffer<char> const guarded(bytes);
+    GMBuffer<unsigned char> buffer;
+    buffer.m_data = reinterpret_cast<unsigned char *>(guarded.Data());
+    buffer.m_capacity = static_cast<unsigned int>(guarded.Size());
+    buffer.SetLength(buffer.m_capacity);
+    GMString text = refused;
+    bool const loaded = GMTextReader::LoadContentFromFileBuffer(buffer, text);
+    EXPECT_TRUE(loaded || text == refused) << "the text was touched";
+    buffer.m_data = nullptr; // it was never the buffer's own
+    return text;
+}
+
+TEST(GMTextReader, DecodesByTheFirstBytes)
+{
+    struct Case
+    {
+        char const * what;
+        std::string bytes;
+        GMString asDefault; // LoadContent(false)
+        GMString asUtf8;    // LoadContent(true)
+        GMString fromBuffer;
+    };
+    Case const cases[] = {
+        {"empty", "", L"", L"", L""},
+        {"one byte", "a", L"a", L"a", L"a"},
+        {"two bytes", "ab", refused, refused, L"ab"},
+        {"half a character", "\x81", L"?", L"\xFFFD", L"?"},
+        {"ASCII", "abc", L"abc", L"abc", L"abc"},
+        {"double-byte", "\xD6\xD0\xB9", L"\x4E2D?", L"\xFFFD\x0439", refused},
+        {"double-byte behind ASCII", "a\xD6\xD0", L"a\x4E2D", L"a\xFFFD\xFFFD", L"a\x4E2D"},
+        {"UTF-8 without mark", "\xE4\xB8\xAD", L"\x6D93?", L"\x4E2D", refused},
+        {"UTF-8", "\xEF\xBB\xBF\xE4\xB8\xAD!", L"\x4E2D!", L"\x4E2D!", L"\x4E2D!"},
+        {"UTF-8, empty", "\xEF\xBB\xBF", L"", L"", L""},
+        {"UTF-8, cut mark", "\xEF\xBB", refused, refused, refused},
+        {"UTF-8, wrong mark", "\xEF\xBB\xBE", L"\x9518?", L"\xFEFE", refused},
+        {"UTF-16", "\xFF\xFE-N\x3D\xD8\x00\xDE"s, L"\x4E2D\xD83D\xDE00", L"\x4E2D\xD83D\xDE00",
+         L"\x4E2D\xD83D\xDE00"},
+        {"UTF-16 keeps NULs", "\xFF\xFE\0\0a\0"s, L"\0a"s, L"\0a"s, L"\0a"s},
+        {"UTF-16, half a unit", "\xFF\xFE\x41", L"", L"", L""},
+        {"UTF-16, mark alone", "\xFF\xFE", refused, refused, L""},
+        {"UTF-16, odd end", "\xFF\xFE"s + "a\0b"s, L"a", L"a", L"a"},
+        {"big endian", "\xFE\xFF\0a"s, refused, refused, refused},
+        {"FF without mark", "\xFFxy", L"\xF8F5xy", L"\xFFFDxy", refused},
+        {"FE without mark", "\xFE\x41y", L"\xFA0Dy", L"\xFFFD\x41y", refused},
+        {"DEL", "\x7Fxy", L"\x7Fxy", L"\x7Fxy", refused},
+        {"just below", "~ab", L"~ab", L"~ab", L"~ab"},
+        {"ends at a NUL", "ab\0c"s, L"ab", L"ab", L"ab"},
+    };
+    ChineseScope const chinese;
+    TemporaryFolder const folder;
+    GMString const path = folder.File(L"text.txt");
+    for (Case const & each : cases)
+    {
+        SCOPED_TRACE(each.what);
+        WriteBytes(path, each.bytes);
+        EXPECT_EQ(each.asDefault, Load(path, false));
+        EXPECT_EQ(each.asUtf8, Load(path, true));
+        EXPECT_EQ(each.fromBuffer, LoadBuffer(each.bytes));
+    }
+}
+
+TEST(GMTextReader, LoadsAgainFromWhereverTheFileStands)
+{
+    TemporaryFolder const folder;
+    GMString const path = folder.File(L"text.txt");
+    WriteBytes(path, "first text");
+    OpenedFile file(path);
+    unsigned long long position = 0;
+    file.SeekEndOfFile(position);
+    {
+        GMTextReader reader(file);
+        EXPECT_TRUE(reader.LoadContent(false));
+        EXPECT_EQ(L"first text", reader.GetFileContent());
+        EXPECT_TRUE(reader.LoadContent(true));
+        EXPECT_EQ(L"first text", reader.GetFileContent());
+    }
+    EXPECT_TRUE(file.IsOpen());
+}
+
+TEST(GMTextReader, ClosesTheFileThatItOpened)
+{
+    TemporaryFolder const folder;
+    GMString const path = folder.File(L"text.txt");
+    WriteBytes(path, "text");
+    {
+        GMTextReader const reader(path);
+        EXPECT_FALSE(DeleteFileW(path.c_str()));
+    }
+    EXPECT_TRUE(DeleteFileW(path.c_str()));
+    EXPECT_EQ(refused, Load(path, false));
+}
+
+/// A file that goes wrong: it tells another size than it has, or one of its calls fails.
+class FaultyFile : public OpenedFile
+{
+public:
+    using OpenedFile::OpenedFile;
+
+    bool GetSize(unsigned long long & size) const override
+    {
+        bool const succeeded = OpenedFile::GetSize(size) && !m_sizeFails;
+        size += m_extra;
+        return succeeded;
+    }
+    bool Read(void * buffer, unsigned int toRead, unsigned int & read) override
+    {
+        return m_readsLeft-- != 0 && OpenedFile::Read(buffer, toRead, read);
+    }
+    bool Seek(long long offset, unsigned int method, unsigned long long & position) const override
+    {
+        return m_seeksLeft-- != 0 && OpenedFile::Seek(offset, method, position);
+    }
+
+    unsigned long long m_extra = 0;
+    bool m_sizeFails = false;
+    int m_readsLeft = -1; // no limit
+    mutable int m_seeksLeft = -1;
+};
+
+TEST(GMTextReader, KeepsItsContentWhenLoadingFails)
+{
+    struct Case
+    {
+        char const * what;
+        void (*spoil)(FaultyFile & file);
+    };
+    Case const cases[] = {
+        {"closed", [](FaultyFile & file) { file.Close(); }},
+        {"no size", [](FaultyFile & file) { file.m_sizeFails = true; }},
+        {"no way to the start", [](FaultyFile & file) { file.m_seeksLeft = 0; }},
+        {"no way to the text", [](FaultyFile & file) { file.m_seeksLeft = 1; }},
+        {"no start", [](FaultyFile & file) { file.m_readsLeft = 0; }},
+        {"no text", [](FaultyFile & file) { file.m_readsLeft = 1; }},
+        {"4 GB", [](FaultyFile & file) { file.m_extra = 0xFFFFFFFF; }},
+        {"as long as can be", [](FaultyFile & file) { file.m_extra = ~0ull - 100; }},
+    };
+    TemporaryFolder const folder;
+    GMString const path = folder.File(L"text.txt");
+    for (std::string const & bytes : {"plain text"s, "\xFF\xFEu\0t\0f\0"s})
+    {
+        WriteBytes(path, bytes);
+        for (Case const & each : cases)
+        {
+            SCOPED_TRACE(each.what);
+            FaultyFile file(path);
+            GMTextReader reader(file);
+            ASSERT_TRUE(reader.LoadContent(false));
+            GMString const content = reader.GetFileContent();
+            each.spoil(file);
+            AllocationMeter const meter;
+            EXPECT_FALSE(reader.LoadContent(false));
+            EXPECT_EQ(content, reader.GetFileContent());
+            EXPECT_LT(meter.Peak(), 1000u);
+        }
+    }
+}
+
+TEST(GMTextReader, TakesWhatIsThereOfAFileThatBecameShorter)
+{
+    TemporaryFolder const folder;
+    GMString const path = folder.File(L"text.txt");
+    for (std::string const & bytes : {"xyz"s, "\xEF\xBB\xBFxyz"s, "\xFF\xFEx\0y\0z\0"s})
+    {
+        WriteBytes(path, bytes);
+        FaultyFile file(path);
+        file.m_extra = 1000;
+        GMTextReader reader(file);
+        EXPECT_TRUE(reader.LoadContent(false));
+        EXPECT_EQ(L"xyz", reader.GetFileContent());
+    }
+}
+
+TEST(GMTextReader, HoldsBytesAndTextAtItsPeak)
+{
+    constexpr std::size_t size = 1 << 20;
+    TemporaryFolder const folder;
+    GMString const path = folder.File(L"text.txt");
+    struct Case
+    {
+        std::string bytes;
+        std::size_t peak;
+    };
+    Case const cases[] = {
+        {std::string(size, 'a'), size + size * sizeof(wchar_t)},
+        {"\xFF\xFE" + std::string(size, 'a'), size},
+    };
+    for (Case const & each : cases)
+    {
+        WriteBytes(path, each.bytes);
+        GMTextReader reader(path);
+        AllocationMeter const meter;
+        ASSERT_TRUE(reader.LoadContent(false));
+        EXPECT_LT(meter.Peak(), each.peak + 4096);
+    }
+}
+
+TEST(GMTextReader, SurvivesDamagedBuffers)
+{
+    std::string const samples[] = {"\xEF\xBB\xBF\xE4\xB8\xAD text \xF0\x9F\x98\x80",
+                                   "\xFF\xFEt\0e\0x\0t\0\x3D\xD8\x00\xDE"s,
+                                   "text \xD6\xD0\xB9\xFA"};
+    ChineseScope const chinese;
+    Mutator<char> mutator(20);
+    for (std::string const & sample : samples)
+    {
+        for (std::size_t length = 0; length <= sample.size(); ++length)
+            LoadBuffer(sample.substr(0, length));
+        for (int round = 0; round < 2000; ++round)
+            LoadBuffer(mutator.Mutate(sample));
+    }
+}
+
+} // namespace

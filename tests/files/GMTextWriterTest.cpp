@@ -1,0 +1,188 @@
+#include "VelmoraCommon/files/GMTextWriter.h"
+
+#include <stdexcept>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "VelmoraCommon/text/GMStringConvert.h"
+#include "tests/support/Hex.h"
+#include "tests/support/TemporaryFolder.h"
+
+using namespace Velmora;
+using namespace Velmora::Testing;
+using namespace std::string_literals;
+
+namespace
+{
+
+constexpr unsigned int simplifiedChinese = 936;
+
+class CreatedFile : public GMFile
+{
+public:
+    explicit CreatedFile(GMString const & path)
+    {
+        Create(path, GENERIC_WRITE, FILE_SHARE_READ, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL);
+    }
+};
+
+GMBuffer<unsigned char> Filled(std::string const & content)
+{
+    GMBuffer<unsigned char> buffer(static_cast<unsigned int>(content.size()));
+    content.copy(reinterpret_cast<char *>(buffer.m_data), content.size());
+    buffer.SetLength(buffer.m_capacity);
+    return buffer;
+}
+
+std::string Content(GMBuffer<unsigned char> const & buffer)
+{
+    return std::string(buffer.m_data, buffer.m_data + buffer.m_length);
+}
+
+/// The message of the failure that \p action ends in; empty if it succeeds.
+template <class Action>
+std::string FailureOf(Action action)
+{
+    try
+    {
+        action();
+        return std::string();
+    }
+    catch (std::runtime_error const & failure)
+    {
+        return failure.what();
+    }
+}
+
+TEST(GMTextWriter, WritesTheSameToFilesAndBuffers)
+{
+    struct Case
+    {
+        char const * what;
+        bool unicode;
+        void (*write)(GMTextWriter & writer);
+        std::string bytes;
+    };
+    Case const cases[] = {
+        {"UTF-16 mark alone", true, [](GMTextWriter &) {}, "\xFF\xFE"},
+        {"nothing", false, [](GMTextWriter &) {}, ""},
+        {"UTF-16", true,
+         [](GMTextWriter & writer)
+         {
+             writer.WriteString(L"\x4E2D\0!"s, false, false);
+             writer.WriteString(L"a", true, true); // UTF-8 isn't asked for here
+         },
+         "\xFF\xFE\x2D\x4E\0\0!\0a\0;\0\x54\x5B"s},
+        {"code page", false,
+         [](GMTextWriter & writer)
+         {
+             writer.WriteString(L"", false, false);
+             writer.WriteString(L"\x4E2D\xD83D\xDE00", false, false);
+             writer.WriteLineEnd();
+         },
+         "\xD6\xD0__;\xBF\xD7"},
+        {"UTF-8, but for the line end", false,
+         [](GMTextWriter & writer) { writer.WriteString(L"\x4E2D", true, true); },
+         "\xE4\xB8\xAD;\xBF\xD7"},
+    };
+    GMStringConvert::SetDefaultCodePage(simplifiedChinese);
+    TemporaryFolder const folder;
+    GMString const path = folder.File(L"text.txt");
+    GMString const lineEnd = L";\x5B54"; // in code page 936 the character is BF D7
+    for (Case const & each : cases)
+    {
+        SCOPED_TRACE(each.what);
+        CreatedFile file(path);
+        GMTextWriter fileWriter(file, each.unicode, lineEnd);
+        each.write(fileWriter);
+        EXPECT_EQ(Hex(each.bytes), Hex(ReadBytes(path)));
+
+        GMBuffer<unsigned char> buffer;
+        GMTextWriter bufferWriter(buffer, each.unicode, lineEnd);
+        each.write(bufferWriter);
+        EXPECT_EQ(Hex(each.bytes), Hex(Content(buffer)));
+    }
+    GMStringConvert::SetDefaultCodePage(0);
+}
+
+TEST(GMTextWriter, AppendsToABufferUnlessAMarkComesFirst)
+{
+    GMBuffer<unsigned char> buffer = Filled("before");
+    buffer.SetLength(3);
+    GMTextWriter(buffer, false, L"\n").WriteString(L"text", true, false);
+    EXPECT_EQ("beftext\n", Content(buffer));
+
+    GMTextWriter const writer(buffer, true, L"\n");
+    EXPECT_EQ("\xFF\xFE", Content(buffer));
+    EXPECT_EQ(2u, buffer.m_capacity);
+}
+
+// The rule is part of the interface: callers see the capacity.
+TEST(GMTextWriter, GrowsABufferByHalfWhenItIsFull)
+{
+    struct Case
+    {
+        unsigned int capacity;
+        std::size_t count;
+        unsigned int grown;
+    };
+    Case const cases[] = {{0, 0, 0},   {0, 1, 1},    {0, 3, 4},    {10, 0, 10},
+                          {10, 9, 10}, {10, 10, 15}, {10, 11, 16}, {1, 100, 150}};
+    for (Case const & each : cases)
+    {
+        SCOPED_TRACE(each.count);
+        GMBuffer<unsigned char> buffer(each.capacity);
+        GMTextWriter(buffer, false, L"").WriteString(GMString(each.count, L'x'), false, false);
+        EXPECT_EQ(each.grown, buffer.m_capacity);
+        EXPECT_EQ(std::string(each.count, 'x'), Content(buffer));
+    }
+}
+
+TEST(GMTextWriter, RefusesWhatABufferCannotCount)
+{
+    GMBuffer<unsigned char> buffer = Filled("x");
+    buffer.m_capacity = buffer.m_length = 0xFFFFFFF0; // as if so much were there
+    GMTextWriter writer(buffer, false, L"");
+    EXPECT_EQ("\xd0\xb4\xc8\xeb\xce\xc4\xbc\xfe\xb3\xf6\xb4\xed",
+              FailureOf([&] { writer.WriteString(GMString(16, L'x'), false, false); }));
+    EXPECT_EQ(0xFFFFFFF0, buffer.m_length);
+    EXPECT_EQ(0xFFFFFFF0, buffer.m_capacity);
+}
+
+/// A file that counts the writes, takes a given number of them and refuses the next.
+class LimitedFile : public CreatedFile
+{
+public:
+    LimitedFile(GMString const & path, unsigned int limit) : CreatedFile(path), m_limit(limit) {}
+
+    bool Write(void const * buffer, unsigned int toWrite, unsigned int & written) override
+    {
+        return m_writes++ < m_limit && CreatedFile::Write(buffer, toWrite, written);
+    }
+
+    unsigned int m_writes = 0;
+
+private:
+    unsigned int m_limit;
+};
+
+TEST(GMTextWriter, TellsWhatItCouldNotWrite)
+{
+    TemporaryFolder const folder;
+    GMString const path = folder.File(L"text.txt");
+    LimitedFile nothing(path, 0);
+    EXPECT_EQ("\xd0\xb4\xc8\xebUnicode\xcd\xb7\xb2\xbf\xb3\xf6\xb4\xed",
+              FailureOf([&] { GMTextWriter(nothing, true, L"\n"); }));
+    nothing.Close();
+
+    LimitedFile twoWrites(path, 2);
+    GMTextWriter writer(twoWrites, false, L"\n");
+    writer.WriteString(L"", false, false); // a write of no bytes, but a write
+    EXPECT_EQ(1u, twoWrites.m_writes);
+    EXPECT_EQ("\xd0\xb4\xc8\xeb\xce\xc4\xbc\xfe\xb3\xf6\xb4\xed",
+              FailureOf([&] { writer.WriteString(L"text", true, false); }));
+    EXPECT_EQ("text", ReadBytes(path)); // what went out stays out
+}
+
+} // namespace
