@@ -1,9 +1,24 @@
 #include "VelmoraCommon/files/GMFile.h"
 
+#include "VelmoraCommon/files/GMFileName.h"
+#include "VelmoraCommon/files/GMFilePathUtils.h"
 #include "VelmoraCommon/frame/internal/ScopedHandle.h"
 
 namespace Velmora
 {
+namespace
+{
+
+void MakeDirectoryOf(GMString const & path)
+{
+    if (!GMFileName::IsCompletedPath(path))
+        return;
+    GMString const directory = GMFileName::GetDirectory(path);
+    if (!directory.empty() && !GMFilePathUtils::IsDirectory(directory))
+        GMFilePathUtils::CreateDirectories(directory); // where it fails, creating the file tells
+}
+
+} // namespace
 
 GMFile::GMFile() : m_handle(INVALID_HANDLE_VALUE) {}
 
@@ -16,6 +31,8 @@ GMFile::~GMFile()
 bool GMFile::Create(GMString const & path, unsigned int desiredAccess, unsigned int shareMode,
                     unsigned int creationDisposition, unsigned int flagsAndAttributes)
 {
+    if (creationDisposition == CREATE_ALWAYS)
+        MakeDirectoryOf(path);
     Close();
     m_handle = CreateFileW(path.c_str(), desiredAccess, shareMode, nullptr, creationDisposition,
                            flagsAndAttributes, nullptr);

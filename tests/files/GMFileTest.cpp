@@ -207,6 +207,55 @@ TEST(GMFile, OpensInPlaceOfTheFileHeld)
     EXPECT_EQ(handles, HandleCount());
 }
 
+/// Another current directory for a scope.
+class CurrentDirectoryScope
+{
+public:
+    explicit CurrentDirectoryScope(GMString const & path)
+    {
+        GetCurrentDirectoryW(MAX_PATH, m_before);
+        SetCurrentDirectoryW(path.c_str());
+    }
+    ~CurrentDirectoryScope() { SetCurrentDirectoryW(m_before); }
+    CurrentDirectoryScope(CurrentDirectoryScope const &) = delete;
+    CurrentDirectoryScope & operator=(CurrentDirectoryScope const &) = delete;
+
+private:
+    wchar_t m_before[MAX_PATH] = {};
+};
+
+TEST(GMFile, MakesTheDirectoriesAboveANewFile)
+{
+    struct Case
+    {
+        char const * what;
+        bool complete;
+        unsigned int creationDisposition;
+        GMString name;
+        bool succeeds;
+    };
+    Case const cases[] = {
+        {"replacing", true, CREATE_ALWAYS, L"a\\b\\file", true},
+        {"replacing again", true, CREATE_ALWAYS, L"a\\b\\file", true},
+        {"making", true, CREATE_NEW, L"c\\b\\file", false},
+        {"opening or making", true, OPEN_ALWAYS, L"c\\b\\file", false},
+        {"opening", true, OPEN_EXISTING, L"c\\b\\file", false},
+        {"relative", false, CREATE_ALWAYS, L"c\\b\\file", false},
+        {"relative, there", false, CREATE_ALWAYS, L"a\\b\\other", true},
+        {"below a file", true, CREATE_ALWAYS, L"a\\b\\file\\c\\file", false},
+    };
+    TemporaryFolder const folder;
+    CurrentDirectoryScope const scope(folder.Path());
+    for (Case const & each : cases)
+    {
+        SCOPED_TRACE(each.what);
+        GMFile file;
+        EXPECT_EQ(each.succeeds, Open(file, each.complete ? folder.File(each.name) : each.name,
+                                      each.creationDisposition));
+        EXPECT_EQ(INVALID_FILE_ATTRIBUTES, GetFileAttributesW(folder.File(L"c").c_str()));
+    }
+}
+
 BOOL WINAPI RefusedClose(HANDLE)
 {
     SetLastError(ERROR_INVALID_HANDLE);
