@@ -32,6 +32,21 @@ constexpr unsigned int changingFlags = GMFileMappingEx::GMAccessWrite |
                                        GMFileMappingEx::GMAccessExecute;
 constexpr DWORD hinderingAttributes = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_SYSTEM;
 
+/// Gives a file its attributes back while a view of it may still be there.
+void RestoreAttributes(GMString const & path, DWORD attributes)
+{
+    if (SetFileAttributesW(path.c_str(), attributes))
+        return;
+    // Not every system lets that call share the file with a view that can write to it.
+    ScopedFile const file(CreateFileW(path.c_str(), FILE_WRITE_ATTRIBUTES,
+                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                      nullptr, OPEN_EXISTING, 0, nullptr));
+    FILE_BASIC_INFO information = {}; // times of 0 stay as they are
+    information.FileAttributes = attributes;
+    if (file)
+        SetFileInformationByHandle(file.Get(), FileBasicInfo, &information, sizeof(information));
+}
+
 } // namespace
 
 GMFileMappingEx::GMFileMappingEx()
@@ -96,8 +111,7 @@ void GMFileMappingEx::Close()
     if (m_fileHandle != INVALID_HANDLE_VALUE)
         CloseHandle(std::exchange(m_fileHandle, INVALID_HANDLE_VALUE));
     if (m_savedAttributes != INVALID_FILE_ATTRIBUTES)
-        SetFileAttributesW(m_fileName.c_str(),
-                           std::exchange(m_savedAttributes, INVALID_FILE_ATTRIBUTES));
+        RestoreAttributes(m_fileName, std::exchange(m_savedAttributes, INVALID_FILE_ATTRIBUTES));
 }
 
 } // namespace Velmora

@@ -84,7 +84,7 @@ TEST(GMFileMapping, MapsPartsOfAFileOneAfterTheOther)
         EXPECT_EQ('b', Bytes(mapping)[0]);
         // The first view went: the second can't lie on both halves of it.
         EXPECT_FALSE(IsMapped(whole) && IsMapped(static_cast<char *>(whole) + step));
-        EXPECT_FALSE(mapping.Mapping(FILE_MAP_READ, 0, 1, 0));     // not a whole step
+        EXPECT_FALSE(mapping.Mapping(FILE_MAP_READ, 0, 1, 0)); // not a whole step
         EXPECT_EQ(nullptr, mapping.GetMapAddress());
     }
     EXPECT_FALSE(

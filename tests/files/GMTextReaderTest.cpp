@@ -8,6 +8,7 @@
 #include "VelmoraCommon/text/GMStringConvert.h"
 #include "tests/support/AllocationMeter.h"
 #include "tests/support/GuardBuffer.h"
+#include "tests/support/LongRun.h"
 #include "tests/support/Mutator.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -258,7 +259,7 @@ TEST(GMTextReader, SurvivesDamagedBuffers)
     {
         for (std::size_t length = 0; length <= sample.size(); ++length)
             LoadBuffer(sample.substr(0, length));
-        for (int round = 0; round < 2000; ++round)
+        for (unsigned int round = Rounds(500, 20000); round != 0; --round)
             LoadBuffer(mutator.Mutate(sample));
     }
 }

@@ -1,0 +1,153 @@
+#include "VelmoraCommon/files/GMFileMappingEx.h"
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "VelmoraCommon/frame/internal/ScopedHandle.h"
+#include "tests/support/HandleCount.h"
+#include "tests/support/TemporaryFolder.h"
+
+using namespace Velmora;
+using namespace Velmora::Testing;
+
+namespace
+{
+
+using Access = GMFileMappingEx::GMDesiredAccess;
+constexpr Access readAccess = GMFileMappingEx::GMAccessRead;
+constexpr Access writeAccess = GMFileMappingEx::GMAccessWrite;
+constexpr Access copyAccess = GMFileMappingEx::GMAccessCopy;
+constexpr Access executeAccess = GMFileMappingEx::GMAccessExecute;
+
+constexpr DWORD hindering = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_SYSTEM;
+
+class GMFileMappingExTest : public testing::Test
+{
+protected:
+    GMFileMappingExTest() : path(folder.File(L"bytes")) { WriteBytes(path, "content"); }
+
+    DWORD Attributes() const { return GetFileAttributesW(path.c_str()); }
+
+    TemporaryFolder const folder;
+    GMString const path;
+};
+
+TEST_F(GMFileMappingExTest, MapsTheWholeFileAndMeansWhatItsFlagsSay)
+{
+    struct Case
+    {
+        Access access;
+        unsigned long fileAccess;
+        unsigned long pageProtect;
+        unsigned long mapAccess;
+    };
+    Case const cases[] = {
+        {readAccess, 0x80000000, 2, 4},
+        {writeAccess, 0xC0000000, 4, 2},
+        {copyAccess, 0xC0000000, 8, 1},
+        {executeAccess | readAccess, 0xE0000000, 64, 36},
+        {readAccess | writeAccess, 0xC0000000, 4, 6},
+        {readAccess | writeAccess | copyAccess | executeAccess, 0xE0000000, 64, 39},
+    };
+    for (Case const & each : cases)
+    {
+        SCOPED_TRACE(each.access);
+        GMFileMappingEx mapping;
+        ASSERT_TRUE(mapping.MappingRawFile(path, each.access)) << GetLastError();
+        EXPECT_EQ("content", std::string(static_cast<char *>(mapping.GetMapAddress()), 7));
+        unsigned long fileAccess = 7;
+        unsigned long pageProtect = 7;
+        unsigned long mapAccess = 7;
+        mapping.CalcDesiredAccess(fileAccess, pageProtect, mapAccess);
+        EXPECT_EQ(each.fileAccess, fileAccess);
+        EXPECT_EQ(each.pageProtect, pageProtect);
+        EXPECT_EQ(each.mapAccess, mapAccess);
+    }
+    unsigned long values[] = {7, 7, 7};
+    GMFileMappingEx().CalcDesiredAccess(values[0], values[1], values[2]);
+    EXPECT_EQ(0u, values[0]);
+    EXPECT_EQ(7u, values[1]);
+    EXPECT_EQ(0u, values[2]);
+}
+
+TEST_F(GMFileMappingExTest, GivesTheAttributesBackAtClose)
+{
+    struct Case
+    {
+        char const * what;
+        Access access;
+        DWORD attributes;
+        DWORD duringMapping;
+    };
+    Case const cases[] = {
+        {"reading", readAccess, FILE_ATTRIBUTE_READONLY, FILE_ATTRIBUTE_READONLY},
+        {"read-only", writeAccess, FILE_ATTRIBUTE_READONLY, 0},
+        {"system", copyAccess, FILE_ATTRIBUTE_SYSTEM, 0},
+        {"both", executeAccess | readAccess, hindering, 0},
+        {"neither", writeAccess, 0, 0},
+    };
+    for (Case const & each : cases)
+    {
+        SCOPED_TRACE(each.what);
+        ASSERT_TRUE(SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_ARCHIVE | each.attributes));
+        DWORD const before = Attributes();
+        for (bool const byDestructor : {false, true})
+        {
+            GMFileMappingEx mapping;
+            ASSERT_TRUE(mapping.MappingRawFile(path, each.access)) << GetLastError();
+            EXPECT_EQ(each.duringMapping, Attributes() & hindering);
+            EXPECT_FALSE(mapping.ModifyFileAttributes()); // nothing is left to take off
+            if (byDestructor)
+                continue;
+            mapping.Close();
+            EXPECT_EQ(before, Attributes());
+            EXPECT_EQ('c', *static_cast<char *>(mapping.GetMapAddress())); // the view stays
+        }
+        EXPECT_EQ(before, Attributes());
+        SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+    }
+}
+
+TEST_F(GMFileMappingExTest, WritesToTheFileUnlessItIsACopy)
+{
+    for (Access const access : {copyAccess, writeAccess})
+    {
+        GMFileMappingEx mapping;
+        ASSERT_TRUE(mapping.MappingRawFile(path, access));
+        *static_cast<char *>(mapping.GetMapAddress()) = 'C';
+        mapping.Close();
+        EXPECT_EQ(access == writeAccess ? "Content" : "content", ReadBytes(path));
+    }
+}
+
+TEST_F(GMFileMappingExTest, LeavesNothingBehindWhenItFails)
+{
+    unsigned int const handles = HandleCount();
+    {
+        GMFileMappingEx mapping;
+        EXPECT_FALSE(mapping.MappingRawFile(folder.File(L"missing"), writeAccess));
+        EXPECT_FALSE(mapping.MappingRawFile(folder.Path(), readAccess));
+        EXPECT_FALSE(mapping.ModifyFileAttributes());
+        EXPECT_FALSE(mapping.IsOpened());
+    }
+    WriteBytes(folder.File(L"empty"), "");
+    ASSERT_TRUE(SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_READONLY));
+    ScopedFile const reader(
+        CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    {
+        GMFileMappingEx shut;
+        EXPECT_FALSE(shut.MappingRawFile(path, writeAccess));
+        EXPECT_EQ(DWORD{ERROR_SHARING_VIOLATION}, GetLastError());
+        EXPECT_EQ(0u, Attributes() & hindering); // until Close
+        GMFileMappingEx empty;
+        EXPECT_FALSE(empty.MappingRawFile(folder.File(L"empty"), writeAccess));
+        SetLastError(ERROR_DISK_FULL);
+    }
+    EXPECT_EQ(DWORD{ERROR_DISK_FULL}, GetLastError());
+    EXPECT_EQ(DWORD{FILE_ATTRIBUTE_READONLY}, Attributes() & hindering);
+    EXPECT_EQ(handles + 1, HandleCount());
+    SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+}
+
+} // namespace
