@@ -1,0 +1,228 @@
+#include "VelmoraCommon/registry/GMRegFileWriter.h"
+
+#include <stdexcept>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "VelmoraCommon/registry/GMRegParser.h"
+#include "tests/registry/RegText.h"
+#include "tests/support/HandleCount.h"
+#include "tests/support/ImportHook.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace Velmora::Testing
+{
+
+namespace
+{
+
+std::string Bytes(GMBuffer<unsigned char> const & buffer)
+{
+    return std::string(reinterpret_cast<char const *>(buffer.m_data), buffer.m_length);
+}
+
+/// What a writer of \p type makes of \p key behind its header, in the code page.
+std::string Written(GMRegKey const & key, GMRegFileType type = GMRegFileTypeRegedit4)
+{
+    GMBuffer<unsigned char> buffer;
+    GMRegFileWriter(buffer, type, L"\n").WriteRegKey(key);
+    std::string const text = Bytes(buffer);
+    return text.substr(text.find('\n') + 1);
+}
+
+/// A tree with sub-keys on two levels, a removed one among them, and values of several kinds.
+GMRegKey Tree()
+{
+    GMRegKey inner(L"HKLM\\A\\B\\C");
+    inner.GetValues().emplace_back(L"", GMString(L"c"));
+    GMRegKey removed(L"-HKLM\\A\\X");
+    removed.GetValues().emplace_back(L"not written", 1u);
+    removed.GetSubKeys().push_back(inner);
+    GMRegKey middle(L"HKLM\\A\\B");
+    middle.GetSubKeys().push_back(inner);
+    GMRegKey root(L"HKLM\\A");
+    root.GetValues().emplace_back(L"a\"b\\c", GMString(L"d\"e\\f"));
+    root.GetValues().emplace_back(L"gone", true);
+    root.GetValues().emplace_back(L"number", 0xABu);
+    root.GetSubKeys() = {middle, removed, middle};
+    return root;
+}
+
+char const treeText[] = "[HKEY_LOCAL_MACHINE\\A]\n"
+                        "\"a\\\\\"b\\\\c\"=\"d\\\\\"e\\\\f\"\n"
+                        "\"gone\"=-\n"
+                        "\"number\"=dword:000000AB\n"
+                        "\n"
+                        "[HKEY_LOCAL_MACHINE\\A\\B]\n"
+                        "\n"
+                        "[HKEY_LOCAL_MACHINE\\A\\B\\C]\n"
+                        "@=\"c\"\n"
+                        "\n"
+                        "[-HKEY_LOCAL_MACHINE\\A\\X]\n"
+                        "[HKEY_LOCAL_MACHINE\\A\\B]\n"
+                        "\n"
+                        "[HKEY_LOCAL_MACHINE\\A\\B\\C]\n"
+                        "@=\"c\"\n"
+                        "\n";
+
+/// The text of the exception of \p run.
+template <class Exception, class Run>
+std::string Message(Run run)
+{
+    try
+    {
+        run();
+    }
+    catch (Exception const & failure)
+    {
+        return failure.what();
+    }
+    return "no exception of this kind";
+}
+
+} // namespace
+
+TEST(GMRegFileWriter, WritesKeysInOrder)
+{
+    EXPECT_EQ(treeText, Written(Tree()));
+    EXPECT_EQ("[]\n\n", Written(GMRegKey(HKEY_CLASSES_ROOT, L"A"))) << "a root without a name";
+}
+
+TEST(GMRegFileWriter, BeginsWithTheHeader)
+{
+    struct Case
+    {
+        char const * what;
+        GMRegFileType type;
+        std::string before; // what the buffer held
+        std::string text;
+    };
+    Case const cases[] = {
+        {"version 4", GMRegFileTypeRegedit4, "x", "xREGEDIT4\r\n"},
+        {"version 5", GMRegFileTypeVersion5, "x",
+         Utf16Bytes(L"Windows Registry Editor Version 5.00\r\n")},
+        {"no version", static_cast<GMRegFileType>(7), "", "\r\n"},
+    };
+    for (Case const & each : cases)
+    {
+        SCOPED_TRACE(each.what);
+        GMBuffer<unsigned char> buffer = ToBuffer(each.before);
+        GMRegFileWriter const toBuffer(buffer, each.type, L"\r\n");
+        EXPECT_EQ(each.text, Bytes(buffer));
+    }
+}
+
+// Long enough to be written in several pieces, to a file below folders that are missing.
+TEST(GMRegFileWriter, WritesFilesAndBuffersAlike)
+{
+    GMRegKey key(L"HKCU\\\x4E2D");
+    for (unsigned int i = 0; i < 5'000; ++i)
+        key.GetValues().emplace_back(L"value " + std::to_wstring(i), i);
+    TemporaryFolder const folder;
+    for (GMRegFileType const type : {GMRegFileTypeRegedit4, GMRegFileTypeVersion5})
+    {
+        GMBuffer<unsigned char> buffer;
+        GMRegFileWriter toBuffer(buffer, type, L"\r\n");
+        GMRegFileWriter toFile(folder.File(L"a\\b\\c.reg"), type, L"\r\n");
+        for (GMRegFileWriter * writer : {&toBuffer, &toFile})
+        {
+            writer->WriteRegKey(key);
+            writer->WriteRegKey(Tree());
+        }
+        std::string const bytes = ReadBytes(folder.File(L"a\\b\\c.reg"));
+        EXPECT_EQ(Bytes(buffer), bytes);
+        GMRegParser parser;
+        parser.Load(buffer);
+        EXPECT_EQ(type == GMRegFileTypeVersion5,
+                  parser.GetRegList().front().GetSubPath() == L"\x4E2D")
+            << "the code page of the tests has no Chinese";
+        EXPECT_EQ(5'000u, parser.GetRegList().front().GetValues().size());
+        EXPECT_EQ(7u, parser.GetRegList().size());
+    }
+}
+
+TEST(GMRegFileWriter, CutsALineAtANulInACodePageAlone)
+{
+    GMRegKey key(L"HKCU");
+    key.GetValues().emplace_back(L"a", GMString(L"b\0c", 3));
+    key.GetValues().emplace_back(L"d", GMString(L"e"));
+    EXPECT_EQ("[HKEY_CURRENT_USER]\n\"a\"=\"b\n\"d\"=\"e\"\n\n", Written(key));
+
+    GMBuffer<unsigned char> buffer;
+    GMRegFileWriter(buffer, GMRegFileTypeVersion5, L"\r\n").WriteRegKey(key);
+    EXPECT_NE(std::string::npos, Bytes(buffer).find(std::string("b\0\0\0c\0", 6)));
+}
+
+TEST(GMRegFileWriter, KeepsWhatStandsBeforeAValueWithoutText)
+{
+    GMRegKey key(L"HKCU");
+    key.GetValues().emplace_back(L"a", 1u);
+    key.GetValues().emplace_back(REG_DWORD_BIG_ENDIAN, L"b");
+    GMBuffer<unsigned char> buffer;
+    GMRegFileWriter writer(buffer, GMRegFileTypeRegedit4, L"\n");
+    EXPECT_EQ("\xB1\xA3\xB4\xE6\xD7\xA2\xB2\xE1\xB1\xED\xD6\xB5\xB3\xF6\xB4\xED",
+              Message<std::invalid_argument>([&] { writer.WriteRegKey(key); }));
+    key.GetValues().pop_back();
+    writer.WriteRegKey(key);
+    std::string const text = "[HKEY_CURRENT_USER]\n\"a\"=dword:00000001\n";
+    EXPECT_EQ("REGEDIT4\n" + text + text + "\n", Bytes(buffer));
+}
+
+namespace
+{
+
+int g_writesUntilFailure;
+decltype(&WriteFile) g_writeFile;
+
+BOOL WINAPI FailingWriteFile(HANDLE file, void const * bytes, DWORD count, DWORD * written,
+                             OVERLAPPED * overlapped)
+{
+    if (g_writesUntilFailure-- != 0)
+        return g_writeFile(file, bytes, count, written, overlapped);
+    SetLastError(ERROR_DISK_FULL);
+    return FALSE;
+}
+
+} // namespace
+
+TEST(GMRegFileWriter, ThrowsWhatFailsAndClosesItsFile)
+{
+    TemporaryFolder const folder;
+    std::wstring const path = folder.File(L"a.reg");
+    EXPECT_EQ("\xD7\xA2\xB2\xE1\xB1\xED\xCE\xC4\xBC\xFE\xB4\xB4\xBD\xA8\xCA\xA7\xB0\xDC",
+              Message<std::runtime_error>(
+                  [&] { GMRegFileWriter(folder.Path(), GMRegFileTypeVersion5, L"\r\n"); }))
+        << "a folder can't be made a file";
+
+    unsigned int const handles = HandleCount();
+    ImportHook const hook("WriteFile", &FailingWriteFile, g_writeFile);
+    // The mark, the header and the key: each of the three fails once.
+    for (int const writes : {0, 1, 2})
+    {
+        g_writesUntilFailure = writes;
+        EXPECT_NE("no exception of this kind",
+                  Message<std::runtime_error>(
+                      [&]
+                      {
+                          GMRegFileWriter writer(path, GMRegFileTypeVersion5, L"\r\n");
+                          writer.WriteRegKey(Tree());
+                      }))
+            << writes;
+        EXPECT_TRUE(DeleteFileW(path.c_str())) << "nobody holds the file";
+    }
+    EXPECT_EQ(handles, HandleCount());
+}
+
+TEST(GMRegFileWriter, NeedsNoStackForDepth)
+{
+    GMRegKey tree(L"HKCU\\A");
+    GMRegKey * deepest = &tree;
+    constexpr unsigned int depth = 40'000;
+    for (unsigned int i = 0; i < depth; ++i)
+        deepest = &deepest->GetSubKeys().emplace_back(HKEY_CURRENT_USER, L"A");
+    std::string const text = Written(tree);
+    EXPECT_EQ((depth + 1) * sizeof("[HKEY_CURRENT_USER\\A]\n"), text.size());
+}
+
+} // namespace Velmora::Testing

@@ -1,0 +1,556 @@
+#include "VelmoraCommon/registry/GMRegParser.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "VelmoraCommon/files/GMFile.h"
+#include "VelmoraCommon/frame/internal/ScopedHandle.h"
+#include "VelmoraCommon/registry/GMRegFileParser.h"
+#include "VelmoraCommon/registry/GMRegFileWriter.h"
+#include "tests/registry/RegText.h"
+#include "tests/support/AllocationMeter.h"
+#include "tests/support/GuardBuffer.h"
+#include "tests/support/LongRun.h"
+#include "tests/support/Mutator.h"
+#include "tests/support/RegistrySandbox.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace Velmora::Testing
+{
+
+namespace
+{
+
+std::string const version5 = Utf16Bytes(L"Windows Registry Editor Version 5.00\r\n");
+
+std::string Version5Bytes(std::wstring const & body)
+{
+    return version5 + Utf16Bytes(body).substr(2);
+}
+
+GMRegParser Parsed(std::string const & bytes)
+{
+    GMRegParser parser;
+    EXPECT_TRUE(parser.Load(ToBuffer(bytes)));
+    return parser;
+}
+
+/// The message of the exception that \p load throws; its kind comes first.
+template <class Load>
+std::string Failure(Load load)
+{
+    try
+    {
+        load();
+    }
+    catch (std::runtime_error const & failure)
+    {
+        return std::string("runtime_error: ") + failure.what();
+    }
+    catch (std::out_of_range const &)
+    {
+        return "out_of_range";
+    }
+    catch (std::bad_alloc const &)
+    {
+        return "bad_alloc";
+    }
+    catch (std::exception const & failure)
+    {
+        return failure.what();
+    }
+    return "none";
+}
+
+} // namespace
+
+TEST(GMRegParser, TellsVersions)
+{
+    struct Case
+    {
+        char const * what;
+        std::string bytes;
+        int version;
+        wchar_t const * rest;
+    };
+    Case const cases[] = {
+        {"version 4", "REGEDIT4\r\n[A]", 1, L"\r\n[A]"},
+        {"blanks before, text behind", " \t REGEDIT4x", 1, L"x"},
+        {"version 5", version5, 2, L"\r\n"},
+        {"version 5 in UTF-8", "\xEF\xBB\xBFWindows Registry Editor Version 5.00\xC3\xA4", 2,
+         L"\xE4"},
+        {"version 5 in the code page", "Windows Registry Editor Version 5.00", 2, L""},
+        {"line break before", "\r\nREGEDIT4", 0, nullptr},
+        {"case counts", "Regedit4\r\n", 0, nullptr},
+        {"header cut", "REGEDIT", 0, nullptr},
+        {"other version", "Windows Registry Editor Version 4.00", 0, nullptr},
+        {"blanks alone", " \t", 0, nullptr},
+        {"nothing", "", 0, nullptr},
+        {"UTF-16 big endian", std::string("\xFE\xFF\0R", 4), 0, nullptr},
+        {"half a unit behind the mark", "\xFF\xFE\x52", 0, nullptr},
+        {"no ASCII at the start", "\x80REGEDIT4", 0, nullptr},
+    };
+    for (Case const & each : cases)
+    {
+        SCOPED_TRACE(each.what);
+        GMString text;
+        EXPECT_EQ(each.version, GMRegParser::GetRegVersion(ToBuffer(each.bytes), text));
+        if (each.version == 0)
+            continue;
+        EXPECT_EQ(each.rest, text);
+    }
+}
+
+TEST(GMRegParser, ReadsKeysAndValues)
+{
+    struct Case
+    {
+        char const * what;
+        wchar_t const * text;
+        wchar_t const * keys;
+    };
+    Case const cases[] = {
+        {"header alone", L"", L""},
+        {"keys are flat", L"[HKLM\\A\\B]\r\n[HKCU\\A]\r\n[HKLM\\A\\B]\r\n",
+         L"[HKEY_LOCAL_MACHINE\\A\\B]\n[HKEY_CURRENT_USER\\A]\n[HKEY_LOCAL_MACHINE\\A\\B]\n"},
+        {"removed key", L"[-HKLM\\A]\r\n", L"[-HKEY_LOCAL_MACHINE\\A]\n"},
+        {"unknown roots become the user's", L"[HKEY_CLASSES_ROOT\\A]\r\n\"a\"=\"b\"\r\n[-x]\r\n",
+         L"[HKEY_CURRENT_USER] a=1:b\n[-HKEY_CURRENT_USER]\n"},
+        {"default value", L"[HKCU]\r\n@=\"a\"\r\n\"@\"=\"b\"\r\n\"\"=\"c\"\r\n",
+         L"[HKEY_CURRENT_USER] =1:a =1:b =1:c\n"},
+        {"escapes in names",
+         L"[HKCU]\r\n\"\\\\@\"=-\r\n\"a\\\\\\\\\\\\b\"=-\r\n\"\\\\\"c\"=-\r\n\"\\\"d\"=-\r\n",
+         L"[HKEY_CURRENT_USER] \\@=- a\\\\\\b=- \"c=- \"d=-\n"},
+        {"names without their quotes", L"[HKCU]\r\na\\\\b=-\r\n\"a\" =-\r\n\"b=-\r\n",
+         L"[HKEY_CURRENT_USER] a\\b=- \"a\" =-\n"},
+        {"removed value", L"[HKCU]\r\n\"x\"=-\r\n", L"[HKEY_CURRENT_USER] x=-\n"},
+        {"data of no form", L"[HKCU]\r\n\"x\"= \"b\"\r\n\"y\"=HEX:01\r\n",
+         L"[HKEY_CURRENT_USER] x=1: y=1:\n"},
+        {"wrapped bytes", L"[HKCU]\r\n\"x\"=hex:01,02,\\\r\n  03\r\n\"y\"=dword:ff\r\n",
+         L"[HKEY_CURRENT_USER] x=3:01 02 03 y=4:ff 00 00 00\n"},
+    };
+    for (Case const & each : cases)
+    {
+        SCOPED_TRACE(each.what);
+        EXPECT_EQ(each.keys, Describe(Parsed(Version5Bytes(each.text)).GetRegList()));
+    }
+}
+
+TEST(GMRegParser, SaysWhyItFails)
+{
+    struct Case
+    {
+        char const * what;
+        std::string bytes;
+        char const * failure;
+    };
+    Case const cases[] = {
+        {"no header", "[HKCU\\A]\r\n", "runtime_error: Wrong file format"},
+        {"value before any key", "REGEDIT4\r\n; a = b\r\n", "Keys list is empty"},
+        {"continued string", "REGEDIT4\r\n[HKCU]\r\na=b\\\r\nc\r\n",
+         "Value data not found for founded value name"},
+        {"text ends in a piece", "REGEDIT4\r\n[HKCU]\r\na=hex:\\\r\n1\\", "out_of_range"},
+    };
+    for (Case const & each : cases)
+    {
+        SCOPED_TRACE(each.what);
+        GMRegParser parser;
+        EXPECT_EQ(each.failure, Failure([&] { parser.Load(ToBuffer(each.bytes)); }));
+    }
+
+    GMRegParser parser = Parsed("REGEDIT4\r\n[HKCU\\A]\r\n");
+    Failure([&] { parser.Load(ToBuffer("REGEDIT4\r\n[HKCU\\B]\r\n\"a\"=-\r\na=hex:\\\r\n1\\")); });
+    EXPECT_EQ(L"[HKEY_CURRENT_USER\\A]\n[HKEY_CURRENT_USER\\B] a=-\n",
+              Describe(parser.GetRegList()))
+        << "what was read before stays";
+}
+
+TEST(GMRegParser, GoesOnFromACopy)
+{
+    GMRegParser first = Parsed("REGEDIT4\r\n[HKCU\\A]\r\n");
+    GMRegParser copy(first);
+    first.GetRegList().clear();
+    std::wstring const line = L"\"a\"=-";
+    copy.OnValueFound(line.data(), line.data() + 3, line.data() + 4, line.data() + 5);
+    EXPECT_EQ(L"[HKEY_CURRENT_USER\\A] a=-\n", Describe(copy.GetRegList()));
+    EXPECT_EQ("Keys list is empty", Failure(
+                                        [&] {
+                                            first.OnValueFound(line.data(), line.data() + 3,
+                                                               line.data() + 4, line.data() + 5);
+                                        }));
+}
+
+TEST(GMRegParser, ReadsWholeFiles)
+{
+    TemporaryFolder const folder;
+    std::wstring const path = folder.File(L"a.reg");
+    GMBuffer<unsigned char> buffer;
+    GMRegParser parser;
+
+    EXPECT_FALSE(GMRegParser::ReadFile(path, buffer)) << "missing";
+    EXPECT_EQ("runtime_error: Load file failed", Failure([&] { parser.Load(path); }));
+    WriteBytes(path, "");
+    EXPECT_FALSE(GMRegParser::ReadFile(path, buffer)) << "empty";
+
+    WriteBytes(path, "REGEDIT4\r\n[HKCU\\A]");
+    ASSERT_TRUE(GMRegParser::ReadFile(path, buffer));
+    ASSERT_EQ(18u, buffer.m_length);
+    ASSERT_EQ(21u, buffer.m_capacity);
+    EXPECT_EQ("5d 00 00 00", Hex(buffer.m_data + 17, 4)) << "zeroes behind the content";
+    EXPECT_TRUE(parser.Load(path));
+    EXPECT_EQ(L"[HKEY_CURRENT_USER\\A]\n", Describe(parser.GetRegList()));
+
+    // 32 bits would hold none of these sizes with the zeroes added; the file has no content on disk.
+    for (unsigned long long const size : {0xFFFFFFFDull, 0xFFFFFFFFull, 0x100000001ull})
+    {
+        GMFile file;
+        ASSERT_TRUE(file.Create(path, GENERIC_WRITE, 0, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL));
+        ASSERT_TRUE(file.SetLength(size));
+        ASSERT_TRUE(file.Close());
+        EXPECT_FALSE(GMRegParser::ReadFile(path, buffer)) << size;
+        EXPECT_EQ(18u, buffer.m_length) << "left alone";
+    }
+}
+
+// --- Texts that the system's own editor wrote ---
+
+namespace
+{
+
+/// What the system's registry editor writes about a key with all that is below it.
+std::string ExportedBytes(std::wstring const & key)
+{
+    TemporaryFolder const folder;
+    std::wstring const path = folder.File(L"export.reg");
+    std::wstring command = L"regedit.exe /E \"" + path + L"\" \"" + key + L"\"";
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof(startup);
+    startup.dwFlags = STARTF_USESHOWWINDOW;
+    startup.wShowWindow = SW_HIDE;
+    PROCESS_INFORMATION process = {};
+    if (!CreateProcessW(nullptr, command.data(), nullptr, nullptr, FALSE, CREATE_NO_WINDOW, nullptr,
+                        nullptr, &startup, &process))
+    {
+        throw std::runtime_error("the registry editor doesn't start");
+    }
+    WaitForSingleObject(process.hProcess, 120'000);
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+    return ReadBytes(path);
+}
+
+/// Lines of an export that hold keys and values, counted by their first character alone. Names that
+/// end in a backslash don't count: the parser takes their closing quote for an escaped one.
+std::pair<std::size_t, std::size_t> CountLines(std::string const & bytes)
+{
+    std::wstring const text(reinterpret_cast<wchar_t const *>(bytes.data()), bytes.size() / 2);
+    std::size_t keys = 0;
+    std::size_t values = 0;
+    for (std::size_t at = text.find(L"\r\n"); at + 2 < text.size(); at = text.find(L"\r\n", at + 2))
+    {
+        std::wstring const line = text.substr(at + 2, text.find(L"\r\n", at + 2) - at - 2);
+        keys += line.front() == L'[' ? 1u : 0u;
+        bool const lost =
+            line.find(L"\\\"=") != line.npos && line.find(L"\"=") == line.find(L"\\\"=") + 1;
+        values += (line.front() == L'"' || line.front() == L'@') && !lost ? 1u : 0u;
+    }
+    return {keys, values};
+}
+
+std::pair<std::size_t, std::size_t> CountParsed(std::deque<GMRegKey> const & keys)
+{
+    std::size_t values = 0;
+    for (GMRegKey const & key : keys)
+        values += key.GetValues().size();
+    return {keys.size(), values};
+}
+
+/// Writes keys and reads them again; a text that grew by a terminator gets its old length.
+std::deque<GMRegKey> WrittenAndRead(std::deque<GMRegKey> const & keys)
+{
+    GMBuffer<unsigned char> text;
+    GMRegFileWriter writer(text, GMRegFileTypeVersion5, L"\r\n");
+    for (GMRegKey const & key : keys)
+        writer.WriteRegKey(key);
+    GMRegParser parser;
+    parser.Load(text);
+    for (GMRegKey & key : parser.GetRegList())
+    {
+        for (GMRegValue & value : key.GetValues())
+        {
+            GMString const string = value.GetExpandString(false);
+            if (value.GetType() != REG_EXPAND_SZ)
+                continue;
+            EXPECT_EQ(L'\0', string.back()) << "the terminator";
+            value.SetString(string.substr(0, string.size() - 1), true);
+        }
+    }
+    return parser.GetRegList();
+}
+
+struct StoredValue
+{
+    char const * what;
+    std::wstring name;
+    DWORD type;
+    std::string data;
+    wchar_t const * read; // as Describe gives it; null if the value is lost
+};
+
+template <std::size_t Size>
+std::string Units(wchar_t const (&text)[Size])
+{
+    return std::string(reinterpret_cast<char const *>(text), Size * sizeof(wchar_t));
+}
+
+/// One of each kind. What comes back in another form says so.
+std::vector<StoredValue> AllKindsOfValues()
+{
+    return {
+        {"default value", L"", REG_SZ, Units(L"text"), L"1:text"},
+        {"quotes and backslashes", L"q\"u\\o", REG_SZ, Units(L"x\"y\\z\\"), L"1:x\"y\\z\\"},
+        {"Chinese", L"\x6CE8\x518C", REG_SZ, Units(L"\x8868"), L"1:\x8868"},
+        {"= and brackets in a name", L"[a=b]", REG_SZ, Units(L"c=d"), L"1:c=d"},
+        {"empty text", L"empty", REG_SZ, Units(L""), L"1:"},
+        {"no type", L"none", REG_NONE, "\x01\x02", L"0:01 02"},
+        {"bytes over several lines", L"bytes", REG_BINARY, std::string(30, '\x5A'),
+         L"3:5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a "
+         L"5a 5a"},
+        {"no bytes", L"nothing", REG_BINARY, "", L"3:"},
+        {"number", L"dword", REG_DWORD, "\x01\x02\x03\x84", L"4:01 02 03 84"},
+        {"link", L"link", REG_LINK, Units(L"a"), L"6:61 00 00 00"},
+        {"strings", L"multi", REG_MULTI_SZ, Units(L"a\0b\0"), L"7:61 00 00 00 62 00 00 00 00 00"},
+        {"resources", L"resources", REG_RESOURCE_LIST, "\x01", L"8:01"},
+        {"long number", L"qword", REG_QWORD, "\x01\x02\x03\x04\x05\x06\x07\x88",
+         L"11:01 02 03 04 05 06 07 88"},
+        // The forms that reading changes:
+        {"expandable text keeps its terminator", L"expand", REG_EXPAND_SZ, Units(L"%A%"),
+         L"2:%A%|"},
+        {"big endian number loses its value", L"big", REG_DWORD_BIG_ENDIAN, std::string(4, '\x01'),
+         L"5:00 00 00 00"},
+        {"empty strings in a list go", L"gap", REG_MULTI_SZ, Units(L"a\0\0b\0"),
+         L"7:61 00 00 00 62 00 00 00 00 00"},
+        {"types are read as decimal: a", L"ten", 10, "\x01", L"0:01"},
+        {"types are read as decimal: 1ff", L"odd", 0x1FF, std::string(1, '\x01'), L"1:"},
+        {"a name that ends in a backslash is lost", L"lost\\", REG_SZ, Units(L"x"), nullptr},
+    };
+}
+
+} // namespace
+
+TEST(GMRegParser, ReadsWhatTheRegistryEditorWrites)
+{
+    ScratchKey const scratch;
+    std::vector<StoredValue> const stored = AllKindsOfValues();
+    for (StoredValue const & each : stored)
+    {
+        ASSERT_EQ(ERROR_SUCCESS, RegSetValueExW(scratch.Key(), each.name.c_str(), 0, each.type,
+                                                reinterpret_cast<BYTE const *>(each.data.data()),
+                                                static_cast<DWORD>(each.data.size())));
+    }
+    ScopedRegKey below;
+    ASSERT_EQ(ERROR_SUCCESS, RegCreateKeyW(scratch.Key(), L"a]=\"b", below.Receive()));
+
+    std::wstring const path = L"HKEY_CURRENT_USER\\" + scratch.Path();
+    std::deque<GMRegKey> keys = Parsed(ExportedBytes(path)).GetRegList();
+    ASSERT_EQ(2u, keys.size());
+    EXPECT_EQ(path, keys[0].GetRegFullPath(true));
+    EXPECT_EQ(path + L"\\a]=\"b", keys[1].GetRegFullPath(true));
+
+    std::map<std::wstring, std::wstring> read;
+    for (GMRegValue const & value : keys[0].GetValues())
+        read[value.GetName()] = Describe(value);
+    for (StoredValue const & each : stored)
+    {
+        SCOPED_TRACE(each.what);
+        EXPECT_EQ(each.read != nullptr, read.count(each.name) != 0);
+        if (each.read == nullptr)
+            continue;
+        std::replace(read[each.name].begin(), read[each.name].end(), L'\0', L'|');
+        EXPECT_EQ(each.read, read[each.name]);
+    }
+
+    // A big endian number has no form for writing.
+    std::vector<GMRegValue> & values = keys[0].GetValues();
+    values.erase(std::remove_if(values.begin(), values.end(),
+                                [](GMRegValue const & value)
+                                { return value.GetType() == REG_DWORD_BIG_ENDIAN; }),
+                 values.end());
+    EXPECT_EQ(Describe(keys), Describe(WrittenAndRead(keys)));
+}
+
+TEST(GMRegParser, KeepsARealRegistry)
+{
+    struct Case
+    {
+        wchar_t const * key;
+        bool known; // the root has a row in the table of names
+    };
+    Case const cases[] = {
+        {L"HKEY_LOCAL_MACHINE\\Software\\Microsoft", true},
+        {L"HKEY_LOCAL_MACHINE\\System", true},
+        {L"HKEY_CURRENT_USER\\Software", true},
+        {L"HKEY_USERS\\.Default", true},
+        {L"HKEY_CLASSES_ROOT\\CLSID", false},
+    };
+    for (Case const & each : cases)
+    {
+        SCOPED_TRACE(testing::Message() << std::string(each.key, each.key + std::wcslen(each.key)));
+        std::string const bytes = ExportedBytes(each.key);
+        GMRegParser const parser = Parsed(bytes);
+        std::deque<GMRegKey> const & keys = parser.GetRegList();
+        EXPECT_LT(5u, keys.size());
+        EXPECT_EQ(CountLines(bytes), CountParsed(keys));
+        for (GMRegKey const & key : keys)
+        {
+            ASSERT_EQ(each.known ? std::wstring(each.key) : L"HKEY_CURRENT_USER",
+                      key.GetRegFullPath(true).substr(0, each.known ? std::wcslen(each.key)
+                                                                    : GMString::npos));
+        }
+        EXPECT_EQ(Describe(keys), Describe(WrittenAndRead(keys)));
+    }
+}
+
+// --- Foreign and damaged texts ---
+
+namespace
+{
+
+/// Loads bytes whose end touches an unreadable page, and checks what comes of it.
+class HostileLoad
+{
+public:
+    void operator()(std::string const & bytes)
+    {
+        ASSERT_LE(bytes.size() + 2, smc_room);
+        m_meter.Restart();
+        std::string const failure = Failure([&] { LoadFromRoom(bytes); });
+        ASSERT_TRUE(failure == "none" || failure == "out_of_range" ||
+                    failure == "Keys list is empty" ||
+                    failure == "Value data not found for founded value name" ||
+                    failure == "runtime_error: Wrong file format")
+            << failure;
+        ASSERT_LE(m_meter.Peak(), 64 * bytes.size() + (16u << 20)) << Hex(bytes);
+    }
+
+private:
+    static constexpr std::size_t smc_room = 0x10000;
+
+    void LoadFromRoom(std::string const & bytes)
+    {
+        GMBuffer<unsigned char> buffer;
+        buffer.m_data = m_bytes.Data() + smc_room - bytes.size();
+        buffer.m_capacity = static_cast<unsigned int>(bytes.size());
+        buffer.SetLength(buffer.m_capacity);
+        bytes.copy(reinterpret_cast<char *>(buffer.m_data), bytes.size());
+        GMString text;
+        int const version = GMRegParser::GetRegVersion(buffer, text);
+        std::string const failure = Failure([&] { GMRegParser().Load(buffer); });
+        buffer.m_data = nullptr; // lent only
+        buffer.m_capacity = 0;
+        ASSERT_EQ(version == 0, failure == "runtime_error: Wrong file format");
+        if (version == 0)
+            throw std::runtime_error("Wrong file format");
+
+        wchar_t * const source = m_units.Data() + smc_room - text.size() - 1;
+        std::copy_n(text.c_str(), text.size() + 1, source);
+        GMRegParser parser;
+        ASSERT_EQ(failure, Failure([&] { GMRegFileParser(&parser).Parse(source); }));
+    }
+
+    GuardBuffer<unsigned char> m_bytes{std::basic_string<unsigned char>(smc_room, 0)};
+    GuardBuffer<wchar_t> m_units{std::wstring(smc_room, 0)};
+    AllocationMeter m_meter;
+};
+
+wchar_t const sample[] =
+    L"Windows Registry Editor Version 5.00\r\n\r\n"
+    L"[HKEY_LOCAL_MACHINE\\Software\\A]\r\n@=\"text \\\"quoted\\\" C:\\\\dir\\\\\"\r\n"
+    L"\"bytes\"=hex:00,01,02,03,\\\r\n  04,05,ff\r\n\"number\"=dword:0000000A\r\n"
+    L"\"expand\"=hex(2):25,00,41,00,25,00,00,00\r\n\"multi\"=hex(7):41,00,00,00,42,00,00,00,\\\r\n"
+    L"  00,00\r\n\"long\"=hex(b):01,02,03,04,05,06,07,08\r\n\"other\"=hex(4294967296):01\r\n"
+    L"\"gone\"=-\r\n\r\n[-HKCU\\B]\r\n[HKEY_CLASSES_ROOT\\C]\r\n; a = "
+    L"b\r\n\"x=y\"=\"hexagon\\\r\nz\"\r\n";
+
+} // namespace
+
+TEST(GMRegParser, SurvivesDamagedTexts)
+{
+    std::wstring const text = sample;
+    std::string const narrow = "REGEDIT4" + std::string(text.begin() + 36, text.end());
+    std::vector<std::wstring> const words = {
+        L"\r\n",
+        L"\\\r\n",
+        L"\\",
+        L"\"",
+        L"=",
+        L"[",
+        L"]",
+        L"hex:",
+        L"dword:",
+        L"hex(",
+        L"):",
+        L",",
+        L"@=-",
+        L"[HKCU]",
+        L"hex(b):",
+        L"hex(7):",
+        L"hex(2):",
+        L"-",
+        L"hex(b):1,2,3,4,5,6,7,8,9,a,b,c,d,e,f,10,11,12,13,14"};
+    std::vector<std::basic_string<unsigned char>> narrowWords;
+    for (std::wstring const & word : words)
+        narrowWords.emplace_back(word.begin(), word.end());
+
+    HostileLoad load;
+    Mutator<wchar_t> units(4711, words);
+    Mutator<unsigned char> bytes(4712, narrowWords);
+    for (unsigned int round = Rounds(50'000, 500'000); round != 0 && !HasFatalFailure(); --round)
+    {
+        load(Utf16Bytes(units.Mutate(text)));
+        auto const mutant = bytes.Mutate({narrow.begin(), narrow.end()});
+        load(std::string(mutant.begin(), mutant.end()));
+    }
+}
+
+TEST(GMRegParser, SurvivesEveryPrefixOfARealText)
+{
+    ScratchKey const scratch;
+    for (StoredValue const & each : AllKindsOfValues())
+    {
+        RegSetValueExW(scratch.Key(), each.name.c_str(), 0, each.type,
+                       reinterpret_cast<BYTE const *>(each.data.data()),
+                       static_cast<DWORD>(each.data.size()));
+    }
+    HostileLoad load;
+    for (std::wstring const & key :
+         {L"HKEY_CURRENT_USER\\" + scratch.Path(), std::wstring(L"HKEY_LOCAL_MACHINE\\System")})
+    {
+        std::string bytes = ExportedBytes(key);
+        bytes.resize(std::min<std::size_t>(bytes.size(), Rounds(8'000, 60'000)));
+        for (std::size_t size = 0; size <= bytes.size() && !HasFatalFailure(); ++size)
+            load(bytes.substr(0, size));
+    }
+}
+
+TEST(GMRegParser, TakesALineOf40Megabytes)
+{
+    std::string bytes = "REGEDIT4\r\n[HKCU]\r\n\"a\"=hex:";
+    constexpr std::size_t count = 13'000'000;
+    for (std::size_t i = 0; i < count; ++i)
+        bytes += "5a,";
+    GMBuffer<unsigned char> const buffer = ToBuffer(bytes);
+    AllocationMeter const meter;
+    GMRegParser parser;
+    ASSERT_TRUE(parser.Load(buffer));
+    EXPECT_EQ(count, parser.GetRegList().back().GetValues().back().GetBinary().m_length);
+    EXPECT_LE(meter.Peak(), 6 * bytes.size());
+}
+
+} // namespace Velmora::Testing
