@@ -7,5 +7,6 @@ namespace Velmora::Benchmarks
 
 // One function a family of rows, each in a source file of its own.
 void MeasureBuffers(Report & report);
+void MeasureTextFiles(Report & report);
 
 } // namespace Velmora::Benchmarks
