@@ -153,9 +153,10 @@ bool GMFileName::HasWildcardChar(GMString const & path)
 bool GMFileName::CheckFilePath(GMString const & path, GMString & invalid)
 {
     invalid.clear();
+    bool const hasDrive = IsCompletedPath(path);
     for (GMString::size_type i = 0; i < path.size(); ++i)
     {
-        bool const isDriveColon = i == 1 && path[i] == L':';
+        bool const isDriveColon = hasDrive && i == 1 && path[i] == L':';
         if (!isDriveColon && IsInvalid(path[i], invalidInPath))
             AppendToList(invalid, std::wstring_view(&path[i], 1));
     }

@@ -70,8 +70,9 @@ public:
     /// Whether \p path holds `*` or `?`.
     static bool HasWildcardChar(GMString const & path);
 
-    /// Whether \p path is free of control units and of `*?<>|:"`; a colon as the second unit is
-    /// allowed. \p invalid gets the units found, as often as they occur, with blanks between.
+    /// Whether \p path is free of control units and of `*?<>|:"`; the colon of the drive in an
+    /// absolute path is allowed. \p invalid gets the units found, as often as they occur, with
+    /// blanks between.
     static bool CheckFilePath(GMString const & path, GMString & invalid);
 
     /// Whether no part of \p path between `\` and `/` is a device's name: CON, PRN, AUX or NUL in

@@ -92,6 +92,7 @@ bool RemoveDirectoryLink(GMString const & path)
     {
         return false;
     }
+    ClearReadOnly(path, opened.dwFileAttributes);
     FILE_DISPOSITION_INFO disposition = {TRUE};
     return SetFileInformationByHandle(link.Get(), FileDispositionInfo, &disposition,
                                       sizeof disposition) != FALSE;

@@ -1,0 +1,562 @@
+#include "VelmoraCommon/files/GMFilePathUtils.h"
+
+#include <gmock/gmock.h>
+
+#include "VelmoraCommon/frame/internal/ScopedHandle.h"
+#include "tests/support/DirectoryLink.h"
+#include "tests/support/ImportHook.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace Velmora::Testing
+{
+
+namespace
+{
+
+using Utils = GMFilePathUtils;
+using testing::UnorderedElementsAre;
+
+/// The current directory for a scope.
+class CurrentDirectory
+{
+public:
+    explicit CurrentDirectory(GMString const & path) : m_old(Get())
+    {
+        SetCurrentDirectoryW(path.c_str());
+    }
+    ~CurrentDirectory() { SetCurrentDirectoryW(m_old.c_str()); }
+    CurrentDirectory(CurrentDirectory const &) = delete;
+    CurrentDirectory & operator=(CurrentDirectory const &) = delete;
+
+    static GMString Get()
+    {
+        wchar_t path[MAX_PATH];
+        return GMString(path, GetCurrentDirectoryW(MAX_PATH, path));
+    }
+
+private:
+    GMString m_old;
+};
+
+/// An open file that others may read, but not delete or rename.
+ScopedFile Lock(GMString const & path)
+{
+    return ScopedFile(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
+                                  OPEN_EXISTING, 0, nullptr));
+}
+
+void MakeDirectory(GMString const & path)
+{
+    ASSERT_TRUE(CreateDirectoryW(path.c_str(), nullptr)) << testing::PrintToString(path);
+}
+
+void SetReadOnly(GMString const & path)
+{
+    ASSERT_TRUE(SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_READONLY));
+}
+
+bool IsReadOnly(GMString const & path)
+{
+    return (GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_READONLY) != 0;
+}
+
+} // namespace
+
+TEST(GMFilePathUtils, CutsNames)
+{
+    struct Case
+    {
+        wchar_t const * path;
+        wchar_t const * fileName;
+        wchar_t const * baseName;
+        wchar_t const * extension;
+        wchar_t const * changed;
+    };
+    Case const cases[] = {
+        {LR"(C:\a/b.txt)", L"b.txt", L"b", L".txt", LR"(C:\a\b.doc)"},
+        {LR"(C:\a\)", L"", L"", L"", LR"(C:\a\.doc)"},
+        {L"b", L"b", L"b", L"", L"b.doc"},
+        {LR"(C:\a.b\c)", L"c", L"c", L"", LR"(C:\a.b\c.doc)"},
+        {L"a.tar.gz", L"a.tar.gz", L"a.tar", L".gz", L"a.tar.doc"},
+        {L".cfg", L".cfg", L"", L".cfg", L".doc"},
+        {L"a.", L"a.", L"a", L".", L"a.doc"},
+        {L"C:/a/b.txt", L"b.txt", L"b", L".txt", LR"(C:/a\b.doc)"},
+        {L"/b.txt", L"b.txt", L"b", L".txt", L"b.doc"},
+        {L"", L"", L"", L"", L".doc"},
+    };
+    for (Case const & each : cases)
+    {
+        SCOPED_TRACE(testing::PrintToString(each.path));
+        EXPECT_EQ(each.fileName, Utils::FileName(each.path));
+        EXPECT_EQ(each.baseName, Utils::BaseName(each.path));
+        EXPECT_EQ(each.extension, Utils::Extension(each.path));
+        EXPECT_EQ(each.changed, Utils::ChangeExtension(each.path, L".doc"));
+    }
+}
+
+TEST(GMFilePathUtils, TellsWhatAPathIs)
+{
+    TemporaryFolder const folder;
+    GMString const directory = folder.File(L"d");
+    GMString const file = folder.File(L"f");
+    MakeDirectory(directory);
+    WriteBytes(file, "12");
+    WriteBytes(folder.File(L"none"), "");
+
+    struct Case
+    {
+        GMString path;
+        bool isFile;
+        bool isDirectory;
+        bool isDriver;
+        bool isEmpty;
+    };
+    Case const cases[] = {
+        {directory, false, true, false, true},
+        {L'"' + directory + L"\\\"", false, true, false, true},
+        {directory + L"\\/", false, true, false, true},
+        {folder.Path(), false, true, false, false},
+        {L'"' + folder.Path() + L'"', false, true, false, false},
+        {file, true, false, false, false},
+        {L'"' + file + L'"', true, false, false, false},
+        {folder.File(L"none"), true, false, false, true},
+        {folder.File(L"missing"), false, false, false, true},
+        {L"", false, false, false, true},
+        {L"C:\\", false, true, true, false},
+        {L"C:", false, true, true, false},
+        {L"Q:\\", false, false, false, true},
+    };
+    for (Case const & each : cases)
+    {
+        SCOPED_TRACE(testing::PrintToString(each.path));
+        EXPECT_EQ(each.isFile || each.isDirectory, Utils::IsExists(each.path));
+        EXPECT_EQ(each.isFile, Utils::IsExistsFile(each.path));
+        EXPECT_EQ(each.isDirectory, Utils::IsDirectory(each.path));
+        EXPECT_EQ(each.isDriver, Utils::IsDriver(each.path));
+        EXPECT_EQ(each.isEmpty, Utils::IsEmpty(each.path));
+    }
+
+    MakeDirectory(directory + L"\\sub");
+    EXPECT_FALSE(Utils::IsEmpty(directory));
+}
+
+namespace
+{
+
+UINT WINAPI DriveIsOptical(wchar_t const * root)
+{
+    return root == GMString(L"D:") ? DRIVE_CDROM : DRIVE_FIXED;
+}
+
+} // namespace
+
+TEST(GMFilePathUtils, KnowsOpticalDrives)
+{
+    ImportHook const hook("GetDriveTypeW", &DriveIsOptical);
+    EXPECT_TRUE(Utils::IsInCdRom(L"D:\\setup.exe"));
+    EXPECT_TRUE(Utils::IsInCdRom(L"D:"));
+    EXPECT_FALSE(Utils::IsInCdRom(L"C:\\"));
+    EXPECT_FALSE(Utils::IsInCdRom(L"D"));
+    EXPECT_FALSE(Utils::IsInCdRom(L"\\\\D:"));
+}
+
+TEST(GMFilePathUtils, TellsParentDirectories)
+{
+    struct Case
+    {
+        wchar_t const * path;
+        wchar_t const * parent;
+        bool isParent;
+    };
+    Case const cases[] = {
+        {LR"(C:\a\b\c)", LR"(c:\A)", true},
+        {LR"(C:\a\b\c)", LR"("C:\a\b\")", true},
+        {LR"("C:\a\b\")", LR"(C:\a)", true},
+        {LR"(C:\a)", LR"(C:\a)", false},
+        {LR"(C:\a\)", LR"(C:\a)", false},
+        {LR"(C:\a)", LR"(C:\)", true},
+        {LR"(C:\)", LR"(C:\)", false},
+        {L"b", LR"(C:\)", false},
+        {L"b", L"b", false},
+        {LR"("b")", L"b", false},
+        {LR"(C:\ab\c)", LR"(C:\a)", false},
+        {LR"(C:\a)", LR"(C:\a\b)", false},
+        {L"C:/a/b", L"C:/a", false},
+        {LR"(\\srv\s\a)", LR"(\\srv\s)", true},
+        {LR"(\a)", LR"(\)", false},
+        {L"", L"", false},
+    };
+    for (Case const & each : cases)
+    {
+        EXPECT_EQ(each.isParent, Utils::IsParentDirectory(each.path, each.parent))
+            << testing::PrintToString(each.path) << testing::PrintToString(each.parent);
+    }
+}
+
+TEST(GMFilePathUtils, AddsUpSizes)
+{
+    TemporaryFolder const folder;
+    GMString const big = folder.File(L"big");
+    constexpr unsigned __int64 bigSize = 5000000000; // no bytes on the disk: they aren't written
+    {
+        ScopedFile const file(
+            CreateFileW(big.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
+        LARGE_INTEGER size;
+        size.QuadPart = bigSize;
+        ASSERT_TRUE(SetFilePointerEx(file.Get(), size, nullptr, FILE_BEGIN));
+        ASSERT_TRUE(SetEndOfFile(file.Get()));
+    }
+    MakeDirectory(folder.File(L"sub"));
+    MakeDirectory(folder.File(L"sub\\empty"));
+    WriteBytes(folder.File(L"sub\\three"), "123");
+
+    EXPECT_EQ(bigSize, Utils::FileSize(big));
+    EXPECT_EQ(bigSize, Utils::FileSizeRecursive(big));
+    EXPECT_EQ(0u, Utils::FileSize(folder.Path()));
+    EXPECT_EQ(bigSize + 3, Utils::FileSizeRecursive(folder.Path() + L"\\"));
+    EXPECT_EQ(0u, Utils::FileSizeRecursive(folder.File(L"missing")));
+}
+
+TEST(GMFilePathUtils, ReadsModifyTimes)
+{
+    TemporaryFolder const folder;
+    GMString const path = folder.File(L"f");
+    WriteBytes(path, "");
+    struct Case
+    {
+        unsigned __int64 fileTime; // 100 ns since 1601
+        __int64 seconds;
+    };
+    Case const cases[] = {
+        {116444736000000000, 0},          // the start of 1970
+        {132223104009999999, 1577836800}, // the last tick of the first second of 2020
+        {116444735990000000, -1},
+        {159993504000000000, 4354876800}, // 2108: more than 32 bits
+    };
+    for (Case const & each : cases)
+    {
+        FILETIME const time = {static_cast<DWORD>(each.fileTime),
+                               static_cast<DWORD>(each.fileTime >> 32)};
+        {
+            ScopedFile const file(CreateFileW(path.c_str(), FILE_WRITE_ATTRIBUTES, 0, nullptr,
+                                              OPEN_EXISTING, 0, nullptr));
+            ASSERT_TRUE(SetFileTime(file.Get(), nullptr, nullptr, &time));
+        }
+        EXPECT_EQ(each.seconds, Utils::GetFileModifyTime(path));
+    }
+    EXPECT_EQ(0, Utils::GetFileModifyTime(folder.File(L"missing")));
+    EXPECT_NE(0, Utils::GetFileModifyTime(folder.Path()));
+}
+
+TEST(GMFilePathUtils, ListsEntries)
+{
+    TemporaryFolder const folder;
+    MakeDirectory(folder.File(L"d.x"));
+    MakeDirectory(folder.File(L"d.x\\deep"));
+    WriteBytes(folder.File(L"f"), "");
+    WriteBytes(folder.File(L"..f"), "");
+
+    std::vector<GMString> all{L"old"};
+    Utils::GetAllSons(folder.Path() + L"//", all);
+    EXPECT_THAT(all,
+                UnorderedElementsAre(folder.File(L"d.x"), folder.File(L"f"), folder.File(L"..f")));
+
+    std::vector<GMString> files{L"old"};
+    std::vector<GMString> directories{L"old"};
+    Utils::GetAllSons(folder.Path(), files, directories);
+    EXPECT_THAT(files, UnorderedElementsAre(folder.File(L"f"), folder.File(L"..f")));
+    EXPECT_THAT(directories, UnorderedElementsAre(folder.File(L"d.x")));
+
+    Utils::GetAllSons(folder.File(L"missing"), files, directories);
+    EXPECT_TRUE(files.empty() && directories.empty());
+}
+
+TEST(GMFilePathUtils, CreatesDirectories)
+{
+    TemporaryFolder const folder;
+    EXPECT_TRUE(Utils::CreateDirectories(folder.File(L"a\\b/c\\\\d\\")));
+    EXPECT_TRUE(Utils::IsDirectory(folder.File(L"a\\b\\c\\d")));
+    EXPECT_TRUE(Utils::CreateDirectories(folder.File(L"a\\b")));
+
+    WriteBytes(folder.File(L"f"), "");
+    EXPECT_FALSE(Utils::CreateDirectories(folder.File(L"f")));
+    EXPECT_FALSE(Utils::CreateDirectories(folder.File(L"f\\d")));
+    EXPECT_FALSE(Utils::CreateDirectories(L""));
+}
+
+TEST(GMFilePathUtils, CopiesFiles)
+{
+    TemporaryFolder const folder;
+    GMString const source = folder.File(L"source");
+    WriteBytes(source, "new");
+
+    GMString const target = folder.File(L"a\\b\\target");
+    EXPECT_TRUE(Utils::CopyPathFile(source, target, false));
+    EXPECT_EQ("new", ReadBytes(target));
+
+    WriteBytes(target, "old");
+    EXPECT_FALSE(Utils::CopyPathFile(source, target, false));
+    EXPECT_EQ("old", ReadBytes(target));
+    EXPECT_TRUE(Utils::CopyPathFile(source, target, true));
+    EXPECT_EQ("new", ReadBytes(target));
+
+    CurrentDirectory const here(folder.Path());
+    EXPECT_TRUE(Utils::CopyPathFile(L"source", L"bare", false));
+    EXPECT_EQ("new", ReadBytes(folder.File(L"bare")));
+    EXPECT_FALSE(Utils::CopyPathFile(L"source", L"missing/target", false));
+    EXPECT_FALSE(Utils::IsExists(L"missing"));
+}
+
+TEST(GMFilePathUtils, MovesFiles)
+{
+    TemporaryFolder const folder;
+    GMString const source = folder.File(L"source");
+    GMString const target = folder.File(L"a\\target");
+    WriteBytes(source, "x");
+    SetReadOnly(source);
+    EXPECT_TRUE(Utils::MovePathFile(source, target, false, false));
+    EXPECT_FALSE(Utils::IsExists(source));
+    EXPECT_EQ("x", ReadBytes(target));
+
+    WriteBytes(source, "y");
+    EXPECT_FALSE(Utils::MovePathFile(source, target, true, false)); // the target is in the way
+    EXPECT_FALSE(Utils::MovePathFile(source, source, true, true));
+    EXPECT_EQ("y", ReadBytes(source));
+
+    SetFileAttributesW(target.c_str(), FILE_ATTRIBUTE_NORMAL); // the copy is read-only, too
+    ScopedFile const lock = Lock(source);
+    EXPECT_FALSE(Utils::MovePathFile(source, target, false, true));
+    EXPECT_TRUE(Utils::MovePathFile(source, target, true, true));
+    EXPECT_TRUE(Utils::IsExists(source));
+    EXPECT_EQ("y", ReadBytes(target));
+}
+
+TEST(GMFilePathUtils, RemovesFiles)
+{
+    TemporaryFolder const folder;
+    GMString const path = folder.File(L"f");
+    WriteBytes(path, "");
+    SetReadOnly(path);
+    {
+        ScopedFile const lock = Lock(path);
+        EXPECT_FALSE(Utils::RemoveFile(path));
+        EXPECT_EQ(static_cast<DWORD>(ERROR_SHARING_VIOLATION), GetLastError());
+        EXPECT_FALSE(IsReadOnly(path));
+    }
+    SetReadOnly(path);
+    EXPECT_TRUE(Utils::Rename(path, folder.File(L"g")));
+    EXPECT_FALSE(Utils::Rename(path, folder.File(L"h")));
+    EXPECT_TRUE(Utils::RemoveFile(folder.File(L"g")));
+    EXPECT_FALSE(Utils::RemoveFile(path));
+    EXPECT_FALSE(Utils::RemoveFile(folder.Path()));
+    EXPECT_TRUE(Utils::IsEmpty(folder.Path()));
+}
+
+TEST(GMFilePathUtils, RemovesTrees)
+{
+    TemporaryFolder const folder;
+    GMString const tree = folder.File(L"tree");
+    ASSERT_TRUE(Utils::CreateDirectories(tree + L"\\sub"));
+    WriteBytes(tree + L"\\sub\\a", "");
+    WriteBytes(tree + L"\\sub\\b", "");
+    SetReadOnly(tree + L"\\sub\\b");
+    {
+        ScopedFile const lock = Lock(tree + L"\\sub\\a");
+        EXPECT_EQ(1u, Utils::RemoveAll(tree + L"\\"));
+        EXPECT_TRUE(Utils::IsExistsFile(tree + L"\\sub\\a"));
+    }
+    WriteBytes(tree + L"\\sub\\b", "");
+    {
+        CurrentDirectory const inside(tree + L"\\sub");
+        EXPECT_EQ(4u, Utils::RemoveAll(tree));
+        EXPECT_EQ(folder.Path(), CurrentDirectory::Get());
+    }
+    EXPECT_TRUE(Utils::IsEmpty(folder.Path()));
+    EXPECT_EQ(0u, Utils::RemoveAll(tree));
+
+    GMString const file = folder.File(L"file");
+    WriteBytes(file, "kept");
+    SetReadOnly(file);
+    EXPECT_EQ(0u, Utils::RemoveAll(file));
+    EXPECT_TRUE(IsReadOnly(file));
+
+    CurrentDirectory const here(folder.Path());
+    EXPECT_EQ(0u, Utils::RemoveAll(L"")); // doesn't stand for the current directory
+    EXPECT_EQ(0u, Utils::RemoveAll(L"\\"));
+    EXPECT_EQ("kept", ReadBytes(file));
+}
+
+TEST(GMFilePathUtils, TakesDeepTrees)
+{
+    constexpr unsigned int levels = 200;
+    TemporaryFolder const folder;
+    GMString const tree = L"\\\\?\\" + folder.File(L"tree"); // the form without a limit of length
+    GMString path = tree;
+    for (unsigned int i = 0; i < levels; ++i, path += L"\\d")
+    {
+        MakeDirectory(path);
+        WriteBytes(path + L"\\file", "x");
+    }
+    EXPECT_EQ(levels, Utils::FileSizeRecursive(tree));
+    EXPECT_EQ(2 * levels, Utils::RemoveAll(tree));
+    EXPECT_TRUE(Utils::IsEmpty(folder.Path()));
+}
+
+namespace
+{
+
+/// A tree with a directory beside it that holds a file, and one that is empty.
+struct TreeBesideOthers
+{
+    TreeBesideOthers()
+    {
+        for (GMString const & path : {tree, full, empty})
+            CreateDirectoryW(path.c_str(), nullptr);
+        WriteBytes(full + L"\\kept", "kept");
+        WriteBytes(tree + L"\\file", "12");
+    }
+
+    void ExpectOthersUntouched() const
+    {
+        EXPECT_EQ("kept", ReadBytes(full + L"\\kept"));
+        EXPECT_TRUE(Utils::IsEmpty(empty) && Utils::IsDirectory(empty));
+    }
+
+    TemporaryFolder folder;
+    GMString tree = folder.File(L"tree");
+    GMString full = folder.File(L"full");
+    GMString empty = folder.File(L"empty");
+};
+
+DirectoryLink * s_link;
+decltype(GetFileInformationByHandle) * s_getInformation;
+
+// What a system answers that opens a link and not what it leads to.
+BOOL WINAPI InformationOfLink(HANDLE file, BY_HANDLE_FILE_INFORMATION * information)
+{
+    BOOL const isRead = s_getInformation(file, information);
+    information->dwFileAttributes |= FILE_ATTRIBUTE_REPARSE_POINT;
+    return isRead;
+}
+
+BOOL WINAPI DeleteLink(HANDLE, FILE_INFO_BY_HANDLE_CLASS what, void * data, DWORD size)
+{
+    EXPECT_EQ(FileDispositionInfo, what);
+    EXPECT_EQ(sizeof(FILE_DISPOSITION_INFO), size);
+    EXPECT_TRUE(static_cast<FILE_DISPOSITION_INFO *>(data)->DeleteFile);
+    s_link->Remove();
+    return TRUE;
+}
+
+} // namespace
+
+TEST(GMFilePathUtils, StaysInItsTreeWhenItMeetsLinks)
+{
+    TreeBesideOthers const at;
+    DirectoryLink const toFull(at.tree + L"\\full", at.full);
+    DirectoryLink const toEmpty(at.tree + L"\\empty", at.empty);
+    DirectoryLink const loop(at.tree + L"\\loop", at.tree);
+    DirectoryLink const toTree(at.folder.File(L"link"), at.tree);
+
+    EXPECT_EQ(2u, Utils::FileSizeRecursive(at.tree));
+    EXPECT_EQ(0u, Utils::FileSizeRecursive(at.folder.File(L"link")));
+
+    Utils::RemoveAll(at.folder.File(L"link"));
+    EXPECT_TRUE(Utils::IsExistsFile(at.tree + L"\\file"));
+
+    // Where the system leads every deletion through a link, the links stay.
+    unsigned __int64 const links = toFull.Exists() ? 0 : 3;
+    EXPECT_LE(1 + links, Utils::RemoveAll(at.tree));
+    EXPECT_FALSE(Utils::IsExists(at.tree + L"\\file"));
+    at.ExpectOthersUntouched();
+}
+
+TEST(GMFilePathUtils, RemovesLinksThemselves)
+{
+    for (bool const isTop : {false, true})
+    {
+        SCOPED_TRACE(isTop ? "the path" : "an entry");
+        TreeBesideOthers const at;
+        GMString const path = isTop ? at.folder.File(L"link") : at.tree + L"\\link";
+        DirectoryLink link(path, at.full);
+        s_link = &link;
+        ImportHook const ask("GetFileInformationByHandle", &InformationOfLink, s_getInformation);
+        ImportHook const remove("SetFileInformationByHandle", &DeleteLink);
+
+        EXPECT_EQ(isTop ? 1u : 3u, Utils::RemoveAll(isTop ? path : at.tree));
+        EXPECT_FALSE(link.Exists());
+        EXPECT_EQ(isTop, Utils::IsExists(at.tree));
+        at.ExpectOthersUntouched();
+    }
+}
+
+namespace
+{
+
+std::vector<GMString> s_forReboot;
+
+BOOL WINAPI NoteForReboot(wchar_t const * from, wchar_t const * to, DWORD flags)
+{
+    EXPECT_EQ(nullptr, to);
+    EXPECT_EQ(static_cast<DWORD>(MOVEFILE_DELAY_UNTIL_REBOOT), flags);
+    s_forReboot.push_back(from);
+    return FALSE; // the result doesn't count
+}
+
+struct SectionTraits
+{
+    using Handle = HANDLE;
+    static Handle None() noexcept { return nullptr; }
+    static void Close(Handle section) noexcept { CloseHandle(section); }
+};
+using ScopedSection = ScopedHandle<SectionTraits>;
+
+/// A section of a program as the loader makes it: the file can be renamed, but not deleted.
+ScopedSection RunningCopy(GMString const & path)
+{
+    wchar_t original[MAX_PATH];
+    GetModuleFileNameW(GetModuleHandleW(L"libwinpthread-1.dll"), original, MAX_PATH);
+    EXPECT_TRUE(CopyFileW(original, path.c_str(), TRUE));
+    ScopedFile const file(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_EXECUTE, FILE_SHARE_READ,
+                                      nullptr, OPEN_EXISTING, 0, nullptr));
+    ScopedSection section(
+        CreateFileMappingW(file.Get(), nullptr, PAGE_READONLY | SEC_IMAGE, 0, 0, nullptr));
+    EXPECT_TRUE(section);
+    return section;
+}
+
+} // namespace
+
+TEST(GMFilePathUtils, MovesFilesInUseAside)
+{
+    TemporaryFolder const folder;
+    GMString const path = folder.File(L"a.dll");
+    GMString const aside = folder.File(L"a_t.dll");
+    GMString const numbered = folder.File(L"a_t1.dll");
+    s_forReboot.clear();
+    ImportHook const hook("MoveFileExW", &NoteForReboot);
+
+    WriteBytes(path, "");
+    SetReadOnly(path);
+    EXPECT_TRUE(Utils::RemoveOrRebootDelete(path, 5));
+    EXPECT_TRUE(Utils::IsEmpty(folder.Path()));
+    EXPECT_TRUE(s_forReboot.empty());
+
+    EXPECT_FALSE(Utils::RemoveOrRebootDelete(path, 5)); // nothing there
+
+    WriteBytes(aside, "old");
+    SetReadOnly(aside);
+    ScopedSection const first = RunningCopy(path);
+    EXPECT_TRUE(Utils::RemoveOrRebootDelete(path, 0));
+    EXPECT_FALSE(Utils::IsExists(path));
+    EXPECT_NE("old", ReadBytes(aside));
+
+    ScopedSection const second = RunningCopy(path);
+    EXPECT_FALSE(Utils::RemoveOrRebootDelete(path, 1)); // the only name is in use
+    EXPECT_TRUE(Utils::IsExists(path));
+    EXPECT_TRUE(Utils::RemoveOrRebootDelete(path, 2));
+    EXPECT_TRUE(Utils::IsExists(numbered));
+    EXPECT_EQ((std::vector<GMString>{aside, numbered}), s_forReboot);
+}
+
+} // namespace Velmora::Testing
