@@ -7,6 +7,8 @@ namespace Velmora::Benchmarks
 
 // One function a family of rows, each in a source file of its own.
 void MeasureBuffers(Report & report);
+void MeasureEncodings(Report & report);
+void MeasureStrings(Report & report);
 void MeasureTextFiles(Report & report);
 
 } // namespace Velmora::Benchmarks

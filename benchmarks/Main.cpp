@@ -10,6 +10,8 @@ int main(int argc, char ** argv)
 {
     Report report(argc > 1 ? argv[1] : "");
     MeasureBuffers(report);
+    MeasureEncodings(report);
+    MeasureStrings(report);
     MeasureTextFiles(report);
     std::printf("%u bars missed\n", report.Missed());
     return report.Missed() == 0 ? 0 : 1;

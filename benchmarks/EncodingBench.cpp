@@ -1,0 +1,183 @@
+#include <random>
+#include <vector>
+
+#include "VelmoraCommon/frame/WindowsApi.h"
+#include "VelmoraCommon/text/GMStringConvert.h"
+#include "benchmarks/Families.h"
+
+namespace Velmora::Benchmarks
+{
+
+namespace
+{
+
+// The peers: what a caller would write by hand, and the fewest calls and copies that can do it.
+
+GMString LiteralToUtf16(GMStringA const & bytes, unsigned int codePage)
+{
+    auto const length = static_cast<int>(bytes.length());
+    int const size = MultiByteToWideChar(codePage, 0, bytes.data(), length, nullptr, 0);
+    std::vector<wchar_t> buffer(static_cast<std::size_t>(size) + 1);
+    MultiByteToWideChar(codePage, 0, bytes.data(), length, buffer.data(), size);
+    return buffer.data();
+}
+
+GMStringA LiteralFromUtf16(GMString const & text, unsigned int codePage)
+{
+    auto const length = static_cast<int>(text.length());
+    int const size =
+        WideCharToMultiByte(codePage, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
+    std::vector<char> buffer(static_cast<std::size_t>(size) + 1);
+    WideCharToMultiByte(codePage, 0, text.data(), length, buffer.data(), size, nullptr, nullptr);
+    return buffer.data();
+}
+
+GMString StraightToUtf16(GMStringA const & bytes, unsigned int codePage)
+{
+    auto const length = static_cast<int>(bytes.length());
+    int const size = MultiByteToWideChar(codePage, 0, bytes.data(), length, nullptr, 0);
+    GMString text(static_cast<std::size_t>(size), L'\0');
+    MultiByteToWideChar(codePage, 0, bytes.data(), length, text.data(), size);
+    return text;
+}
+
+GMStringA StraightFromUtf16(GMString const & text, unsigned int codePage)
+{
+    auto const length = static_cast<int>(text.length());
+    int const size =
+        WideCharToMultiByte(codePage, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
+    GMStringA bytes(static_cast<std::size_t>(size), '\0');
+    WideCharToMultiByte(codePage, 0, text.data(), length, bytes.data(), size, nullptr, nullptr);
+    return bytes;
+}
+
+/// Runs of Chinese characters with ASCII words between, as in a localised program's texts.
+GMString MixedChinese(std::mt19937 & random, std::size_t length)
+{
+    GMString text;
+    while (text.length() < length)
+    {
+        for (auto run = 2 + random() % 16; run != 0; --run)
+            text += static_cast<wchar_t>(0x4E00 + random() % (0x9FA6 - 0x4E00));
+        for (auto run = random() % 12; run != 0; --run)
+            text += static_cast<wchar_t>(L'a' + random() % 26);
+        text += random() % 8 == 0 ? L"\r\n" : L" ";
+    }
+    return text;
+}
+
+constexpr std::size_t pieceBytes = 64 * 1024;
+constexpr std::size_t pieceCount = 8;
+
+/// Texts whose bytes in \p codePage come close to the size of a piece.
+std::vector<GMString> MixedPieces(unsigned int codePage)
+{
+    std::mt19937 random(20);
+    std::vector<GMString> pieces;
+    while (pieces.size() < pieceCount)
+    {
+        GMString piece = MixedChinese(random, pieceBytes);
+        auto const bytes = StraightFromUtf16(piece, codePage).length();
+        piece.resize(piece.length() * pieceBytes / bytes);
+        pieces.push_back(std::move(piece));
+    }
+    return pieces;
+}
+
+/// Runs \p convert on every text.
+template <class Text, class Convert>
+std::function<void()> OnAll(std::vector<Text> const & texts, Convert convert)
+{
+    return [&texts, convert]
+    {
+        for (Text const & text : texts)
+        {
+            auto const result = convert(text);
+            Use(result.data());
+        }
+    };
+}
+
+void MeasurePath(Report & report)
+{
+    std::vector<GMString> const text{L"C:\\Program Files\\Some Game\\data\\textures.pak1"};
+    std::vector<GMStringA> const bytes{StraightFromUtf16(text.front(), CP_UTF8)};
+    Bar const bar = Bar::TimeAtMost(0.7);
+    report.Measure(
+        {"encoding: 45-unit path, UTF-8 to UTF-16",
+         1,
+         "texts",
+         OnAll(bytes, [](auto & s) { return GMStringConvert::Utf8ToGMString(s.c_str()); }),
+         {{"literal", OnAll(bytes, [](auto & s) { return LiteralToUtf16(s, CP_UTF8); }), bar},
+          {"two calls", OnAll(bytes, [](auto & s) { return StraightToUtf16(s, CP_UTF8); }),
+           Bar::None()}}});
+    report.Measure(
+        {"encoding: 45-unit path, UTF-16 to UTF-8",
+         1,
+         "texts",
+         OnAll(text, [](auto & s) { return GMStringConvert::GMStringToUtf8(s); }),
+         {{"literal", OnAll(text, [](auto & s) { return LiteralFromUtf16(s, CP_UTF8); }), bar},
+          {"two calls", OnAll(text, [](auto & s) { return StraightFromUtf16(s, CP_UTF8); }),
+           Bar::None()}}});
+}
+
+void MeasurePieces(Report & report, unsigned int page)
+{
+    std::string const name = std::to_string(page);
+    std::vector<GMString> const texts = MixedPieces(page);
+    std::vector<GMStringA> pieces;
+    for (GMString const & text : texts)
+        pieces.push_back(StraightFromUtf16(text, page));
+    double const megabytes = static_cast<double>(pieceBytes * pieceCount) / (1 << 20);
+    Bar const bar = Bar::RateAtLeast(0.95);
+
+    report.Measure(
+        {"encoding: 64 KiB of mixed Chinese, " + name + " to UTF-16",
+         megabytes,
+         "MB",
+         OnAll(pieces,
+               [page](auto & s) { return GMStringConvert::MultiByteToUnicodeString(s, page); }),
+         {{"two calls", OnAll(pieces, [page](auto & s) { return StraightToUtf16(s, page); }), bar},
+          {"literal", OnAll(pieces, [page](auto & s) { return LiteralToUtf16(s, page); }),
+           Bar::None()}}});
+    report.Measure(
+        {"encoding: 64 KiB of mixed Chinese, UTF-16 to " + name,
+         megabytes,
+         "MB",
+         OnAll(texts,
+               [page](auto & s) { return GMStringConvert::UnicodeStringToMultiByte(s, page); }),
+         {{"two calls", OnAll(texts, [page](auto & s) { return StraightFromUtf16(s, page); }), bar},
+          {"literal", OnAll(texts, [page](auto & s) { return LiteralFromUtf16(s, page); }),
+           Bar::None()}}});
+}
+
+void MeasureWholeText(Report & report)
+{
+    constexpr std::size_t wholeBytes = 16 << 20;
+    std::string const name = "encoding: 16 MiB at once";
+    if (!report.IsWanted(name))
+        return;
+    std::mt19937 random(21);
+    GMString text = MixedChinese(random, wholeBytes / 2);
+    std::vector<GMStringA> const bytes{StraightFromUtf16(text, CP_UTF8)};
+    report.Measure(
+        {name + ", UTF-8 to UTF-16",
+         static_cast<double>(bytes.front().length()) / (1 << 20),
+         "MB",
+         OnAll(bytes,
+               [](auto & s) { return GMStringConvert::MultiByteToUnicodeString(s, CP_UTF8); }),
+         {{"two calls", OnAll(bytes, [](auto & s) { return StraightToUtf16(s, CP_UTF8); }),
+           Bar::None()}}});
+}
+
+} // namespace
+
+void MeasureEncodings(Report & report)
+{
+    MeasurePath(report);
+    MeasurePieces(report, CP_UTF8);
+    MeasurePieces(report, 936);
+    MeasureWholeText(report);
+}
+
+} // namespace Velmora::Benchmarks
