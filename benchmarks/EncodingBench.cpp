@@ -22,13 +22,21 @@ GMString LiteralToUtf16(GMStringA const & bytes, unsigned int codePage)
     return buffer.data();
 }
 
+/// With "_" for characters that the code page lacks, which UTF-8 has none of.
+void Encode(GMString const & text, unsigned int codePage, char * to, int size)
+{
+    BOOL used = FALSE;
+    WideCharToMultiByte(codePage, 0, text.data(), static_cast<int>(text.length()), to, size,
+                        codePage == CP_UTF8 ? nullptr : "_", codePage == CP_UTF8 ? nullptr : &used);
+}
+
 GMStringA LiteralFromUtf16(GMString const & text, unsigned int codePage)
 {
     auto const length = static_cast<int>(text.length());
     int const size =
         WideCharToMultiByte(codePage, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
     std::vector<char> buffer(static_cast<std::size_t>(size) + 1);
-    WideCharToMultiByte(codePage, 0, text.data(), length, buffer.data(), size, nullptr, nullptr);
+    Encode(text, codePage, buffer.data(), size);
     return buffer.data();
 }
 
@@ -47,7 +55,7 @@ GMStringA StraightFromUtf16(GMString const & text, unsigned int codePage)
     int const size =
         WideCharToMultiByte(codePage, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
     GMStringA bytes(static_cast<std::size_t>(size), '\0');
-    WideCharToMultiByte(codePage, 0, text.data(), length, bytes.data(), size, nullptr, nullptr);
+    Encode(text, codePage, bytes.data(), size);
     return bytes;
 }
 

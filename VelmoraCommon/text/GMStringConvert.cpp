@@ -4,8 +4,11 @@
 #include <cstddef>
 #include <cstring>
 #include <iterator>
+#include <utility>
 
 #include "VelmoraCommon/frame/WindowsApi.h"
+#include "VelmoraCommon/text/internal/Utf8.h"
+#include "VelmoraCommon/text/internal/Words.h"
 
 namespace Velmora
 {
@@ -16,62 +19,131 @@ namespace
 /// What a code page gets for a character that it lacks, unless the caller chooses.
 constexpr char defaultReplacement = '_';
 
-/// A conversion with a replacement may take a little more room than measured without.
-constexpr std::size_t replacementRoom = 8;
+/// Elements of a short text, which is converted on the stack at once, without asking for its size.
+constexpr std::size_t shortText = 256;
 
-/// Whether the system converts texts of this length: it counts in `int`.
-bool IsConvertible(std::size_t length) { return length >= 1 && length <= INT_MAX; }
+// The two directions, which Convert() takes alike: by the system, and in UTF-8 also without it.
 
-template <class Text>
-void CutAtNul(Text & text)
+struct ToUtf16
 {
-    auto const end = text.find(typename Text::value_type());
-    if (end != Text::npos)
-        text.resize(end);
+    using Result = GMString;
+    static constexpr std::size_t shortRoom = shortText; // a byte makes one unit at most
+    static constexpr std::size_t spareRoom = 0;
+
+    char const * text;
+    std::size_t length;
+    unsigned int codePage;
+
+    bool IsFast() const { return codePage == CP_UTF8; }
+    std::size_t FastSize() const { return CountUtf16Units(text, length); }
+    Utf8Progress FastConvert(wchar_t * to) const { return DecodeUtf8(text, length, to); }
+
+    /// Converts from \p begin on, or measures for a null \p to; 0 on failure.
+    int SystemConvert(std::size_t begin, wchar_t * to, std::size_t room) const
+    {
+        return MultiByteToWideChar(codePage, 0, text + begin, static_cast<int>(length - begin), to,
+                                   static_cast<int>(room));
+    }
+};
+
+struct FromUtf16
+{
+    using Result = GMStringA;
+    static constexpr std::size_t shortRoom = shortText * 3; // the most that a unit makes in UTF-8
+    static constexpr std::size_t spareRoom = 8; // for replacements: without them it is measured
+
+    wchar_t const * text;
+    std::size_t length;
+    unsigned int codePage;
+    char replacement;
+    bool & usedReplacement;
+
+    bool IsFast() const { return codePage == CP_UTF8 && replacement == '\0'; }
+    std::size_t FastSize() const { return CountUtf8Bytes(text, length); }
+    Utf8Progress FastConvert(char * to) const { return EncodeUtf8(text, length, to); }
+
+    /// Converts from \p begin on, or measures for a null \p to; 0 on failure.
+    int SystemConvert(std::size_t begin, char * to, std::size_t room) const
+    {
+        bool const replaces = replacement != '\0' && to != nullptr;
+        char const defaultText[] = {replacement, '\0'}; // some systems read on up to a NUL
+        BOOL used = FALSE;
+        int const written = WideCharToMultiByte(
+            codePage, 0, text + begin, static_cast<int>(length - begin), to, static_cast<int>(room),
+            replaces ? defaultText : nullptr, replaces ? &used : nullptr);
+        usedReplacement = used != FALSE;
+        return written;
+    }
+};
+
+/// Converts into \p room elements at \p to, in UTF-8 as far as possible without the system.
+/// \param written the elements of the result, which ends in front of its first NUL
+/// \return false on failure, as for want of room
+template <class Conversion, class Unit>
+bool ConvertInto(Unit * to, std::size_t room, Conversion const & conversion, std::size_t & written)
+{
+    Utf8Progress fast{};
+    if (conversion.IsFast())
+        fast = conversion.FastConvert(to);
+    written = fast.written;
+    if (fast.isWhole)
+        return true;
+
+    // UTF-8 can be cut between two characters: what follows doesn't depend on what was.
+    int const rest = conversion.SystemConvert(fast.read, to + written, room - written);
+    if (rest < 1)
+        return false;
+    written += LengthToNul(to + written, static_cast<std::size_t>(rest));
+    return true;
 }
 
-/// \return empty on failure, also for an empty text
-GMString ToUtf16(char const * s, std::size_t length, unsigned int codePage, bool & ok)
+/// The same into a text of its own, which is allocated once.
+template <class Conversion>
+bool ConvertSized(Conversion const & conversion, std::size_t size,
+                  typename Conversion::Result & result)
 {
-    ok = false;
-    if (!IsConvertible(length))
-        return GMString();
-    int const size = MultiByteToWideChar(codePage, 0, s, static_cast<int>(length), nullptr, 0);
-    if (size < 1)
-        return GMString();
-    GMString text(static_cast<std::size_t>(size), L'\0');
-    ok = MultiByteToWideChar(codePage, 0, s, static_cast<int>(length), text.data(), size) >= 1;
-    if (!ok)
-        return GMString();
-    CutAtNul(text);
-    return text;
+    if (size > INT_MAX)
+        return false;
+    typename Conversion::Result text(size, 0);
+    std::size_t written;
+    if (!ConvertInto(text.data(), size, conversion, written))
+        return false;
+    text.resize(written);
+    result = std::move(text);
+    return true;
 }
 
-/// \return empty on failure, also for an empty text
-GMStringA FromUtf16(wchar_t const * s, std::size_t length, unsigned int codePage, char replacement,
-                    bool & usedReplacement, bool & ok)
+template <class Conversion>
+bool ConvertShort(Conversion const & conversion, typename Conversion::Result & result)
 {
-    ok = false;
-    usedReplacement = false;
-    if (!IsConvertible(length))
-        return GMStringA();
-    auto const units = static_cast<int>(length);
-    int const size = WideCharToMultiByte(codePage, 0, s, units, nullptr, 0, nullptr, nullptr);
-    if (size < 1 || size > INT_MAX - static_cast<int>(replacementRoom))
-        return GMStringA();
-    GMStringA bytes(static_cast<std::size_t>(size) + replacementRoom, '\0');
-    char const defaultText[] = {replacement, '\0'}; // some systems read on up to a NUL
-    BOOL used = FALSE;
-    int const written = WideCharToMultiByte(
-        codePage, 0, s, units, bytes.data(), static_cast<int>(bytes.size()),
-        replacement != '\0' ? defaultText : nullptr, replacement != '\0' ? &used : nullptr);
-    if (written < 1)
-        return GMStringA();
-    ok = true;
-    usedReplacement = used != FALSE;
-    bytes.resize(static_cast<std::size_t>(written));
-    CutAtNul(bytes);
-    return bytes;
+    typename Conversion::Result::value_type buffer[Conversion::shortRoom];
+    std::size_t written;
+    if (!ConvertInto(buffer, Conversion::shortRoom, conversion, written))
+        return false;
+    result.assign(buffer, written);
+    return true;
+}
+
+template <class Conversion>
+bool ConvertMeasured(Conversion const & conversion, typename Conversion::Result & result)
+{
+    int const size = conversion.SystemConvert(0, nullptr, 0);
+    return size >= 1 &&
+           ConvertSized(conversion, static_cast<std::size_t>(size) + Conversion::spareRoom, result);
+}
+
+/// \param ok false when the conversion failed, also for an empty text and for one that is longer
+///     than the system can count
+/// \return empty on failure
+template <class Conversion>
+typename Conversion::Result Convert(Conversion const & conversion, bool & ok)
+{
+    typename Conversion::Result result;
+    ok = conversion.length >= 1 && conversion.length <= INT_MAX &&
+         ((conversion.length <= shortText && ConvertShort(conversion, result)) ||
+          (conversion.IsFast() && ConvertSized(conversion, conversion.FastSize(), result)) ||
+          ConvertMeasured(conversion, result));
+    return result;
 }
 
 /// Runs \p convert by \p codePage, or by \p defaultCodePage if there is one and it stands in for the
@@ -110,21 +182,23 @@ GMString GMStringConvert::MultiByteToUnicodeString(char const * s, int length,
                                                    unsigned int codePage)
 {
     return ByDefaultCodePage(codePage, s_defaultCodePage,
-                             [&](unsigned int page, bool & ok)
-                             { return ToUtf16(s, TextLength(s, length), page, ok); });
+                             [&](unsigned int page, bool & ok) {
+                                 return Convert(ToUtf16{s, TextLength(s, length), page}, ok);
+                             });
 }
 
 GMString GMStringConvert::MultiByteToUnicodeString(GMStringA const & s, unsigned int codePage)
 {
     return ByDefaultCodePage(codePage, s_defaultCodePage,
-                             [&](unsigned int page, bool & ok)
-                             { return ToUtf16(s.data(), s.length(), page, ok); });
+                             [&](unsigned int page, bool & ok) {
+                                 return Convert(ToUtf16{s.data(), s.length(), page}, ok);
+                             });
 }
 
 GMString GMStringConvert::DoMultiByteToUnicodeString(char const * s, int length,
                                                      unsigned int codePage, bool & ok)
 {
-    GMString text = ToUtf16(s, TextLength(s, length), codePage, ok);
+    GMString text = Convert(ToUtf16{s, TextLength(s, length), codePage}, ok);
     ok = ok || s == nullptr;
     return text;
 }
@@ -139,17 +213,20 @@ GMStringA GMStringConvert::UnicodeStringToMultiByte(GMString const & s, unsigned
 GMStringA GMStringConvert::UnicodeStringToMultiByte(GMString const & s, unsigned int codePage,
                                                     char replacement, bool & usedReplacement)
 {
+    usedReplacement = false;
     return ByDefaultCodePage(
         codePage, s_defaultCodePage,
-        [&](unsigned int page, bool & ok)
-        { return FromUtf16(s.data(), s.length(), page, replacement, usedReplacement, ok); });
+        [&](unsigned int page, bool & ok) {
+            return Convert(FromUtf16{s.data(), s.length(), page, replacement, usedReplacement}, ok);
+        });
 }
 
 GMStringA GMStringConvert::DoUnicodeStringToMultiByte(GMString const & s, unsigned int codePage,
                                                       char replacement, bool & usedReplacement,
                                                       bool & ok)
 {
-    return FromUtf16(s.data(), s.length(), codePage, replacement, usedReplacement, ok);
+    usedReplacement = false;
+    return Convert(FromUtf16{s.data(), s.length(), codePage, replacement, usedReplacement}, ok);
 }
 
 GMStringA GMStringConvert::GMStringToGMStringA(GMString const & s)
@@ -175,7 +252,7 @@ GMString GMStringConvert::CharToGMString(char const * s)
 GMString GMStringConvert::CharToGMString(char const * s, unsigned int codePage)
 {
     bool ok = false;
-    return ToUtf16(s, std::strlen(s), codePage, ok);
+    return Convert(ToUtf16{s, std::strlen(s), codePage}, ok);
 }
 
 GMString GMStringConvert::GMStringToGMStringW(GMString const & s) { return s; }
@@ -185,7 +262,7 @@ GMString GMStringConvert::GMStringWToGMString(GMString const & s) { return s; }
 bool GMStringConvert::ConvertUTF8ToUnicode(char const * s, unsigned int length, GMString & out)
 {
     bool ok = false;
-    out = ToUtf16(s, s == nullptr ? 0 : length, CP_UTF8, ok);
+    out = Convert(ToUtf16{s, s == nullptr ? 0 : length, CP_UTF8}, ok);
     return true;
 }
 
@@ -193,7 +270,7 @@ bool GMStringConvert::ConvertUnicodeToUTF8(wchar_t const * s, unsigned int lengt
 {
     bool ok = false;
     bool usedReplacement = false;
-    out = FromUtf16(s, s == nullptr ? 0 : length, CP_UTF8, '\0', usedReplacement, ok);
+    out = Convert(FromUtf16{s, s == nullptr ? 0 : length, CP_UTF8, '\0', usedReplacement}, ok);
     return true;
 }
 

@@ -15,7 +15,7 @@ namespace
 /// Replaces each place of \p s that \p find names by \p to. \p find answers the next place at or
 /// behind a position, where \p length units go out.
 template <class Find>
-void ReplaceEach(GMString & s, GMString::size_type length, wchar_t const * to, Find find)
+void ReplaceEach(GMString & s, GMString::size_type length, GMString const & to, Find find)
 {
     // The places are counted first, so that the result is allocated once and none is for nothing.
     GMString::size_type count = 0;
@@ -24,17 +24,32 @@ void ReplaceEach(GMString & s, GMString::size_type length, wchar_t const * to, F
     if (count == 0)
         return;
 
-    GMString::size_type const toLength = std::wcslen(to);
-    GMString result;
-    result.reserve(s.length() - count * length + count * toLength);
+    GMString result(s.length() - count * length + count * to.length(), L'\0');
+    wchar_t * out = result.data();
+    wchar_t const * const units = s.data();
     GMString::size_type from = 0;
     for (auto at = find(0); at != GMString::npos; at = find(from))
     {
-        result.append(s, from, at - from).append(to, toLength);
+        out = std::copy(units + from, units + at, out);
+        out = std::copy(to.begin(), to.end(), out);
         from = at + length;
     }
-    result.append(s, from, GMString::npos);
+    std::copy(units + from, units + s.length(), out);
     s = std::move(result);
+}
+
+/// As `s.find(x, from)`, but inlined: the places may be close together. \p x isn't empty.
+GMString::size_type FindText(GMString const & s, GMString const & x, GMString::size_type from)
+{
+    if (s.length() < x.length())
+        return GMString::npos;
+    wchar_t const * const end = s.data() + (s.length() - x.length() + 1);
+    for (wchar_t const * at = s.data() + from; at < end; ++at)
+    {
+        if (*at == x.front() && std::equal(x.begin() + 1, x.end(), at + 1))
+            return static_cast<GMString::size_type>(at - s.data());
+    }
+    return GMString::npos;
 }
 
 } // namespace
@@ -85,8 +100,9 @@ void GMStringUtils::Replace(GMString & s, wchar_t const * from, wchar_t const * 
 {
     if (from == nullptr || to == nullptr || *from == L'\0')
         return;
-    auto const length = std::wcslen(from);
-    ReplaceEach(s, length, to, [&](GMString::size_type at) { return s.find(from, at, length); });
+    GMString const sought(from);
+    ReplaceEach(s, sought.length(), to,
+                [&](GMString::size_type at) { return FindText(s, sought, at); });
 }
 
 void GMStringUtils::ReplaceNoCase(GMString & s, wchar_t const * from, wchar_t const * to)

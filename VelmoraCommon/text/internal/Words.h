@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+
+namespace Velmora
+{
+
+// Looking at several elements of a text at once, in a machine word.
+
+using Word = std::size_t;
+
+/// The elements of type \p Unit in a word.
+template <class Unit>
+constexpr std::size_t wordUnits = sizeof(Word) / sizeof(Unit);
+
+/// The number 1 in each element of a word.
+template <class Unit>
+constexpr Word eachUnit = ~Word(0) / ((Word(1) << 8 * sizeof(Unit)) - 1);
+
+inline Word LoadWord(void const * from) noexcept
+{
+    Word word;
+    std::memcpy(&word, from, sizeof(word));
+    return word;
+}
+
+/// The units of \p text in front of its first NUL; \p length if it has none.
+template <class Unit>
+std::size_t LengthToNul(Unit const * text, std::size_t length) noexcept
+{
+    constexpr std::size_t block = 64 / sizeof(Unit); // compilers compare blocks in few steps
+
+    std::size_t i = 0;
+    for (; length - i >= block; i += block)
+    {
+        Unit hasNul = 0;
+        for (std::size_t k = 0; k < block; ++k)
+            hasNul = static_cast<Unit>(hasNul | (text[i + k] == Unit()));
+        if (hasNul != 0)
+            break;
+    }
+    while (i < length && text[i] != Unit())
+        ++i;
+    return i;
+}
+
+} // namespace Velmora
