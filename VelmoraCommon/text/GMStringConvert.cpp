@@ -89,7 +89,11 @@ bool ConvertInto(Unit * to, std::size_t room, Conversion const & conversion, std
     if (fast.isWhole)
         return true;
 
-    // UTF-8 can be cut between two characters: what follows doesn't depend on what was.
+    // UTF-8 can be cut between two characters: what follows doesn't depend on what was. The system
+    // is asked for the size, since it may take half a pair for success when the room ends there.
+    if (conversion.IsFast() &&
+        conversion.SystemConvert(fast.read, nullptr, 0) > static_cast<int>(room - written))
+        return false;
     int const rest = conversion.SystemConvert(fast.read, to + written, room - written);
     if (rest < 1)
         return false;
