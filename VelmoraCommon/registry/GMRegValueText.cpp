@@ -18,66 +18,27 @@ namespace Velmora
 namespace
 {
 
-constexpr signed char noDigit = -1;
+constexpr char upperDigits[] = "0123456789ABCDEF";
+constexpr char lowerDigits[] = "0123456789abcdef";
 
-constexpr std::array<signed char, 'f' + 1> MakeHexDigits()
+/// Hexadecimal digits by their unit; -1 for what is none.
+constexpr auto digitValues = []
 {
-    std::array<signed char, 'f' + 1> digits{};
-    for (signed char & each : digits)
-        each = noDigit;
-    for (int i = 0; i < 10; ++i)
-        digits[static_cast<std::size_t>('0' + i)] = static_cast<signed char>(i);
-    for (int i = 0; i < 6; ++i)
+    std::array<signed char, 128> values{};
+    for (signed char & each : values)
+        each = -1;
+    for (signed char digit = 0; digit < 16; ++digit)
     {
-        digits[static_cast<std::size_t>('a' + i)] = static_cast<signed char>(10 + i);
-        digits[static_cast<std::size_t>('A' + i)] = static_cast<signed char>(10 + i);
+        values[static_cast<unsigned char>(upperDigits[digit])] = digit;
+        values[static_cast<unsigned char>(lowerDigits[digit])] = digit;
     }
-    return digits;
-}
+    return values;
+}();
 
-constexpr std::array<signed char, 'f' + 1> hexDigits = MakeHexDigits();
+int DigitValue(wchar_t unit) { return unit < digitValues.size() ? digitValues[unit] : -1; }
 
-int HexDigit(wchar_t unit) { return unit < hexDigits.size() ? hexDigits[unit] : noDigit; }
-
-/// A hexadecimal number that comes unit by unit: perhaps `0x`, then at most eight digits. The first
-/// unit that doesn't belong to it ends it.
-class HexNumber
-{
-public:
-    void Add(wchar_t unit)
-    {
-        if (m_digits == 1 && m_value == 0 && !m_prefixed && (unit == L'x' || unit == L'X'))
-        {
-            m_prefixed = true;
-            m_digits = 0;
-            return;
-        }
-        int const digit = HexDigit(unit);
-        if (digit == noDigit)
-            m_digits = smc_maxDigits;
-        if (m_digits == smc_maxDigits)
-            return;
-        m_value = m_value << 4 | static_cast<unsigned int>(digit);
-        ++m_digits;
-    }
-
-    unsigned int Value() const { return m_value; }
-
-private:
-    static constexpr unsigned int smc_maxDigits = 8;
-
-    unsigned int m_value = 0;
-    unsigned int m_digits = 0;
-    bool m_prefixed = false;
-};
-
-unsigned int ReadHexNumber(std::wstring_view text)
-{
-    HexNumber number;
-    for (wchar_t const unit : text)
-        number.Add(unit);
-    return number.Value();
-}
+/// The most units that ConvertHexToUInt32 looks at: "0x" and eight digits.
+constexpr std::size_t longestNumber = 10;
 
 /// The units of a data text without what line breaks leave in it: every backslash with a line end
 /// behind it, CR, LF and blank.
@@ -112,7 +73,7 @@ public:
     {
         if (m_end - m_at <= 2 || m_at[2] != L',')
             return false;
-        int const number = HexDigit(m_at[0]) * 16 | HexDigit(m_at[1]);
+        int const number = DigitValue(m_at[0]) * 16 | DigitValue(m_at[1]);
         if (number < 0)
             return false;
         value = static_cast<unsigned int>(number);
@@ -133,17 +94,15 @@ private:
 /// The number up to the next comma or the end; a comma is taken away.
 unsigned int ReadToken(CleanUnits & units)
 {
-    HexNumber number;
-    for (; units.Find(); units.Skip())
+    GMString number;
+    for (; units.Find() && units.Unit() != L','; units.Skip())
     {
-        if (units.Unit() == L',')
-        {
-            units.Skip();
-            break;
-        }
-        number.Add(units.Unit());
+        if (number.size() < longestNumber)
+            number += units.Unit();
     }
-    return number.Value();
+    if (units.Find())
+        units.Skip();
+    return GMStringUtils::ConvertHexToUInt32(number);
 }
 
 /// Calls \p use with the number of every token between commas; nothing behind the last comma is no
@@ -263,15 +222,14 @@ void AppendByteList(GMString & text, void const * data, std::size_t size)
 {
     if (size == 0)
         return;
-    constexpr wchar_t digits[] = L"0123456789ABCDEF";
     auto const bytes = static_cast<unsigned char const *>(data);
     GMString::size_type const length = text.size();
     text.resize(length + size * 3 - 1, L',');
     wchar_t * out = text.data() + length;
     for (std::size_t i = 0; i < size; ++i, out += 3)
     {
-        out[0] = digits[bytes[i] >> 4];
-        out[1] = digits[bytes[i] & 0xF];
+        out[0] = static_cast<wchar_t>(upperDigits[bytes[i] >> 4]);
+        out[1] = static_cast<wchar_t>(upperDigits[bytes[i] & 0xF]);
     }
 }
 
@@ -317,7 +275,8 @@ bool ParseValueText(GMRegValue & value, std::wstring_view text)
     }
     else if (TakePrefix(text, L"dword:"))
     {
-        value.m_doubleWord = ReadHexNumber(text);
+        value.m_doubleWord =
+            GMStringUtils::ConvertHexToUInt32(GMString(text.substr(0, longestNumber)));
         value.m_type = REG_DWORD;
     }
     else if (TakePrefix(text, L"hex(b):"))
