@@ -40,6 +40,10 @@ std::string Content(GMBuffer<unsigned char> const & buffer)
     return std::string(buffer.m_data, buffer.m_data + buffer.m_length);
 }
 
+// GBK texts.
+char const * const markFailed = "\xd0\xb4\xc8\xebUnicode\xcd\xb7\xb2\xbf\xb3\xf6\xb4\xed";
+char const * const writeFailed = "\xd0\xb4\xc8\xeb\xce\xc4\xbc\xfe\xb3\xf6\xb4\xed";
+
 /// The message of the failure that \p action ends in; empty if it succeeds.
 template <class Action>
 std::string FailureOf(Action action)
@@ -106,48 +110,31 @@ TEST(GMTextWriter, WritesTheSameToFilesAndBuffers)
     GMStringConvert::SetDefaultCodePage(0);
 }
 
-TEST(GMTextWriter, AppendsToABufferUnlessAMarkComesFirst)
-{
-    GMBuffer<unsigned char> buffer = Filled("before");
-    buffer.SetLength(3);
-    GMTextWriter(buffer, false, L"\n").WriteString(L"text", true, false);
-    EXPECT_EQ("beftext\n", Content(buffer));
-
-    GMTextWriter const writer(buffer, true, L"\n");
-    EXPECT_EQ("\xFF\xFE", Content(buffer));
-    EXPECT_EQ(2u, buffer.m_capacity);
-}
-
-// The rule is part of the interface: callers see the capacity.
+// The rule of growth is part of the interface: callers see the capacity.
 TEST(GMTextWriter, GrowsABufferByHalfWhenItIsFull)
 {
     struct Case
     {
         unsigned int capacity;
+        unsigned int length;
         std::size_t count;
         unsigned int grown;
     };
-    Case const cases[] = {{0, 0, 0},   {0, 1, 1},    {0, 3, 4},    {10, 0, 10},
-                          {10, 9, 10}, {10, 10, 15}, {10, 11, 16}, {1, 100, 150}};
+    Case const cases[] = {{0, 0, 0, 0},   {0, 0, 1, 1},   {0, 0, 3, 4},    {10, 3, 0, 10},
+                          {10, 3, 6, 10}, {10, 3, 7, 15}, {10, 10, 1, 16}, {1, 1, 99, 150}};
     for (Case const & each : cases)
     {
         SCOPED_TRACE(each.count);
-        GMBuffer<unsigned char> buffer(each.capacity);
+        GMBuffer<unsigned char> buffer = Filled(std::string(each.capacity, 'b'));
+        buffer.SetLength(each.length);
         GMTextWriter(buffer, false, L"").WriteString(GMString(each.count, L'x'), false, false);
         EXPECT_EQ(each.grown, buffer.m_capacity);
-        EXPECT_EQ(std::string(each.count, 'x'), Content(buffer));
-    }
-}
+        EXPECT_EQ(std::string(each.length, 'b') + std::string(each.count, 'x'), Content(buffer));
 
-TEST(GMTextWriter, RefusesWhatABufferCannotCount)
-{
-    GMBuffer<unsigned char> buffer = Filled("x");
-    buffer.m_capacity = buffer.m_length = 0xFFFFFFF0; // as if so much were there
-    GMTextWriter writer(buffer, false, L"");
-    EXPECT_EQ("\xd0\xb4\xc8\xeb\xce\xc4\xbc\xfe\xb3\xf6\xb4\xed",
-              FailureOf([&] { writer.WriteString(GMString(16, L'x'), false, false); }));
-    EXPECT_EQ(0xFFFFFFF0, buffer.m_length);
-    EXPECT_EQ(0xFFFFFFF0, buffer.m_capacity);
+        GMTextWriter const writer(buffer, true, L""); // the mark takes the place of it all
+        EXPECT_EQ("\xFF\xFE", Content(buffer));
+        EXPECT_EQ(2u, buffer.m_capacity);
+    }
 }
 
 /// A file that counts the writes, takes a given number of them and refuses the next.
@@ -172,17 +159,21 @@ TEST(GMTextWriter, TellsWhatItCouldNotWrite)
     TemporaryFolder const folder;
     GMString const path = folder.File(L"text.txt");
     LimitedFile nothing(path, 0);
-    EXPECT_EQ("\xd0\xb4\xc8\xebUnicode\xcd\xb7\xb2\xbf\xb3\xf6\xb4\xed",
-              FailureOf([&] { GMTextWriter(nothing, true, L"\n"); }));
+    EXPECT_EQ(markFailed, FailureOf([&] { GMTextWriter(nothing, true, L""); }));
     nothing.Close();
 
     LimitedFile twoWrites(path, 2);
     GMTextWriter writer(twoWrites, false, L"\n");
     writer.WriteString(L"", false, false); // a write of no bytes, but a write
-    EXPECT_EQ(1u, twoWrites.m_writes);
-    EXPECT_EQ("\xd0\xb4\xc8\xeb\xce\xc4\xbc\xfe\xb3\xf6\xb4\xed",
-              FailureOf([&] { writer.WriteString(L"text", true, false); }));
+    EXPECT_EQ(writeFailed, FailureOf([&] { writer.WriteString(L"text", true, false); }));
+    EXPECT_EQ(3u, twoWrites.m_writes);
     EXPECT_EQ("text", ReadBytes(path)); // what went out stays out
+
+    GMBuffer<unsigned char> buffer(1);
+    buffer.m_capacity = buffer.m_length = 0xFFFFFFF0; // as if so much were there
+    GMTextWriter full(buffer, false, L"");
+    EXPECT_EQ(writeFailed, FailureOf([&] { full.WriteString(GMString(16, L'x'), false, false); }));
+    EXPECT_EQ(0xFFFFFFF0, buffer.m_length);
 }
 
 } // namespace
