@@ -65,6 +65,13 @@ void VisitTokens(std::wstring_view text, std::wstring_view delimiters, Visit vis
         visit(text.substr(begin));
 }
 
+/// Room for \p count further elements at once, growing as push_back does when called often.
+void ReserveMore(std::vector<GMString> & out, std::size_t count)
+{
+    if (count > out.capacity() - out.size())
+        out.reserve(std::max(out.size() + count, 2 * out.capacity()));
+}
+
 GMString Trimmed(GMString text, wchar_t const * units)
 {
     GMStringUtils::Trim(text, units);
@@ -114,6 +121,9 @@ Position FindExecutableEnd(GMString const & line)
 void GMStringToken::StringToken(GMString const & text, GMString const & delimiters,
                                 std::vector<GMString> & out)
 {
+    std::size_t count = 0;
+    VisitTokens(text, delimiters, [&count](std::wstring_view) { ++count; });
+    ReserveMore(out, count);
     VisitTokens(text, delimiters, [&out](std::wstring_view token) { out.emplace_back(token); });
 }
 
