@@ -10,5 +10,7 @@ void MeasureBuffers(Report & report);
 void MeasureEncodings(Report & report);
 void MeasureStrings(Report & report);
 void MeasureTextFiles(Report & report);
+void MeasureTokens(Report & report);
+void MeasureTrees(Report & report);
 
 } // namespace Velmora::Benchmarks

@@ -13,6 +13,8 @@ int main(int argc, char ** argv)
     MeasureEncodings(report);
     MeasureStrings(report);
     MeasureTextFiles(report);
+    MeasureTokens(report);
+    MeasureTrees(report);
     std::printf("%u bars missed\n", report.Missed());
     return report.Missed() == 0 ? 0 : 1;
 }

@@ -1,0 +1,160 @@
+#include <filesystem>
+#include <stdexcept>
+
+#include "VelmoraCommon/files/GMFilePathUtils.h"
+#include "VelmoraCommon/frame/internal/ScopedHandle.h"
+#include "benchmarks/Families.h"
+
+namespace Velmora::Benchmarks
+{
+
+namespace
+{
+
+constexpr unsigned int filesInDirectory = 18;
+
+/// A tree in the temporary folder: a top with directories, these with ten directories each, and the
+/// files in all of them.
+class Tree
+{
+public:
+    Tree() : m_root(UnusedPath()) {}
+    ~Tree() { std::filesystem::remove_all(m_root); }
+    Tree(Tree const &) = delete;
+    Tree & operator=(Tree const &) = delete;
+
+    GMString const & Root() const { return m_root; }
+    unsigned int Files() const { return m_files; }
+
+    /// Makes the tree anew, with \p groups * 11 + 1 directories.
+    void Make(unsigned int groups)
+    {
+        m_files = 0;
+        MakeDirectory(m_root);
+        for (unsigned int group = 0; group < groups; ++group)
+        {
+            GMString const upper = m_root + L"\\group" + std::to_wstring(group);
+            MakeDirectory(upper);
+            for (unsigned int i = 0; i < 10; ++i)
+                MakeDirectory(upper + L"\\part" + std::to_wstring(i));
+        }
+    }
+
+private:
+    static GMString UnusedPath()
+    {
+        wchar_t temp[MAX_PATH];
+        return GMString(temp, GetTempPathW(MAX_PATH, temp)) + L"velmora-bench-" +
+               std::to_wstring(GetCurrentProcessId());
+    }
+
+    void MakeDirectory(GMString const & path)
+    {
+        CreateDirectoryW(path.c_str(), nullptr);
+        for (unsigned int i = 0; i < filesInDirectory; ++i, ++m_files)
+        {
+            GMString const name = path + L"\\some file " + std::to_wstring(i) + L".dat";
+            ScopedFile const file(
+                CreateFileW(name.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
+            if (!file)
+                throw std::runtime_error("the tree can't be made");
+        }
+    }
+
+    GMString m_root;
+    unsigned int m_files = 0;
+};
+
+bool IsDots(WIN32_FIND_DATAW const & entry)
+{
+    GMString const name = entry.cFileName;
+    return name == L"." || name == L"..";
+}
+
+/// The plain loop; \p visit gets the files.
+template <class Visit, class Leave>
+void WalkPlainly(GMString const & directory, Visit const & visit, Leave const & leave)
+{
+    {
+        WIN32_FIND_DATAW entry;
+        ScopedFind const find(FindFirstFileW((directory + L"\\*.*").c_str(), &entry));
+        for (bool more = static_cast<bool>(find); more; more = FindNextFileW(find.Get(), &entry))
+        {
+            if (IsDots(entry))
+                continue;
+            if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
+                WalkPlainly(directory + L"\\" + entry.cFileName, visit, leave);
+            else
+                visit(directory, entry);
+        }
+    }
+    leave(directory);
+}
+
+void MeasureWalk(Report & report)
+{
+    std::string const name = "tree: walk 10,000 files in 551 directories";
+    if (!report.IsWanted(name))
+        return;
+    Tree tree;
+    tree.Make(50);
+    report.Measure({name,
+                    static_cast<double>(tree.Files()),
+                    "files",
+                    [&]
+                    {
+                        unsigned __int64 const size =
+                            GMFilePathUtils::FileSizeRecursive(tree.Root());
+                        Use(&size);
+                    },
+                    {{"FindFirstFileW loop",
+                      [&]
+                      {
+                          unsigned __int64 size = 0;
+                          WalkPlainly(
+                              tree.Root(),
+                              [&](GMString const &, WIN32_FIND_DATAW const & entry)
+                              { size += entry.nFileSizeLow; },
+                              [](GMString const &) {});
+                          Use(&size);
+                      },
+                      Bar::RateAtLeast(0.9)}}});
+}
+
+void MeasureDelete(Report & report)
+{
+    std::string const name = "tree: delete 2,000 files in 111 directories";
+    if (!report.IsWanted(name))
+        return;
+    Tree tree;
+    Work work = {name,
+                 0,
+                 "files",
+                 [&] { GMFilePathUtils::RemoveAll(tree.Root()); },
+                 {{"DeleteFileW loop",
+                   [&]
+                   {
+                       WalkPlainly(
+                           tree.Root(),
+                           [](GMString const & directory, WIN32_FIND_DATAW const & entry)
+                           { DeleteFileW((directory + L"\\" + entry.cFileName).c_str()); },
+                           [](GMString const & directory) { RemoveDirectoryW(directory.c_str()); });
+                   },
+                   Bar::RateAtLeast(0.9)},
+                  {"std::filesystem::remove_all", [&] { std::filesystem::remove_all(tree.Root()); },
+                   Bar::None()}},
+                 7,
+                 [&] { tree.Make(10); }};
+    work.amount = 111 * filesInDirectory;
+    report.Measure(work);
+}
+
+} // namespace
+
+void MeasureTrees(Report & report)
+{
+    MeasureWalk(report);
+    MeasureDelete(report);
+}
+
+} // namespace Velmora::Benchmarks
