@@ -1,0 +1,616 @@
+#include "VelmoraCommon/registry/GMRegInstall.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <set>
+#include <sstream>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "VelmoraCommon/registry/GMRegParser.h"
+#include "tests/registry/RegText.h"
+#include "tests/support/AllocationMeter.h"
+#include "tests/support/GuardBuffer.h"
+#include "tests/support/ImportHook.h"
+#include "tests/support/LongRun.h"
+#include "tests/support/Mutator.h"
+#include "tests/support/RegistrySandbox.h"
+#include "tests/support/RegistrySnapshot.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace Velmora::Testing
+{
+
+namespace
+{
+
+using Bytes = std::basic_string<unsigned char>;
+using Buffer = GMBuffer<unsigned char>;
+
+constexpr GMRegInstallType allTypes[] = {GMRegInstallDefaultView, GMRegInstall64BitView,
+                                         GMRegInstallBothViews};
+constexpr LSTATUS otherCode = ERROR_NO_SYSTEM_RESOURCES;
+
+Bytes Content(Buffer const & buffer) { return Bytes(buffer.m_data, buffer.m_length); }
+
+Buffer BufferOf(Bytes const & bytes) { return ToBuffer(std::string(bytes.begin(), bytes.end())); }
+
+Buffer Records(std::deque<GMRegKey> const & keys)
+{
+    Buffer buffer;
+    GMRegInstall::SerialRegToBuffer(keys, buffer);
+    return buffer;
+}
+
+template <class Text>
+Text Replaced(Text text, Text const & what, Text const & with)
+{
+    for (auto at = text.find(what); at != text.npos; at = text.find(what, at + with.size()))
+        text.replace(at, what.size(), with);
+    return text;
+}
+
+/// Takes the first key off \p keys, and as its sub-keys all that follow and lie below it.
+GMRegKey TakeTree(std::deque<GMRegKey> & keys)
+{
+    GMRegKey top = keys.front();
+    keys.pop_front();
+    std::wstring const below = top.GetSubPath() + L"\\";
+    while (!keys.empty() && keys.front().GetSubPath().compare(0, below.size(), below) == 0)
+        top.GetSubKeys().push_back(TakeTree(keys));
+    return top;
+}
+
+/// A part of the registry that is a test's own. Lines of `.reg` text call it "~".
+class Store
+{
+public:
+    explicit Store(std::string const & lines = "") { Write(Keys(lines)); }
+
+    std::wstring Path(std::wstring const & below = L"") const { return m_scratch.Path() + below; }
+
+    std::deque<GMRegKey> Keys(std::string const & lines) const
+    {
+        std::wstring const wide = Path();
+        std::string const path(wide.begin(), wide.end());
+        std::string const text = Replaced<std::string>(lines, "~", "HKEY_CURRENT_USER\\" + path);
+        GMRegParser parser;
+        parser.Load(ToBuffer("REGEDIT4\r\n" + Replaced<std::string>(text, "\n", "\r\n")));
+        return parser.GetRegList();
+    }
+
+    /// The same as trees, in each of which a key follows its parent.
+    std::deque<GMRegKey> Trees(std::string const & lines) const
+    {
+        std::deque<GMRegKey> keys = Keys(lines);
+        std::deque<GMRegKey> trees;
+        while (!keys.empty())
+            trees.push_back(TakeTree(keys));
+        return trees;
+    }
+
+    void Write(std::deque<GMRegKey> const & keys) const
+    {
+        for (GMRegKey const & key : keys)
+            GMRegInstall::Install(key, true, false, GMRegInstallDefaultView);
+    }
+
+    std::string Content() const { return RegistrySnapshot(HKEY_CURRENT_USER, Path()); }
+
+private:
+    ScratchKey m_scratch;
+};
+
+std::string ContentOf(std::string const & lines) { return Store(lines).Content(); }
+
+// A failure put into the opening of keys, and what was opened.
+struct OpenFault
+{
+    std::wstring keyEnd;        // end of the path of the key
+    REGSAM right;               // that is asked for
+    LSTATUS code;               // 0: none
+    std::vector<REGSAM> opened; // the access of each call
+};
+OpenFault g_fault;
+decltype(RegOpenKeyExW) * g_open;
+
+LSTATUS WINAPI FaultyOpen(HKEY root, LPCWSTR subKey, DWORD options, REGSAM access, PHKEY key)
+{
+    g_fault.opened.push_back(access);
+    std::wstring const path = subKey;
+    bool const hit = path.size() >= g_fault.keyEnd.size() &&
+                     path.substr(path.size() - g_fault.keyEnd.size()) == g_fault.keyEnd;
+    return hit && (access & g_fault.right) != 0 ? g_fault.code
+                                                : g_open(root, subKey, options, access, key);
+}
+
+unsigned int g_count;
+decltype(RegQueryInfoKeyW) * g_info;
+LSTATUS WINAPI FaultyInfo(HKEY key, LPWSTR name, LPDWORD nameLength, LPDWORD reserved,
+                          LPDWORD subKeys, LPDWORD longestKey, LPDWORD longestClass, LPDWORD values,
+                          LPDWORD longestName, LPDWORD largest, LPDWORD security, PFILETIME time)
+{
+    return --g_count == 0 ? otherCode
+                          : g_info(key, name, nameLength, reserved, subKeys, longestKey,
+                                   longestClass, values, longestName, largest, security, time);
+}
+
+LSTATUS WINAPI OpenAnything(HKEY, LPCWSTR, DWORD, REGSAM, PHKEY key)
+{
+    *key = HKEY_CURRENT_USER;
+    ++g_count;
+    return ERROR_SUCCESS;
+}
+
+LSTATUS WINAPI CloseNothing(HKEY) { return ERROR_SUCCESS; }
+
+TEST(GMRegInstall, TakesBackWhatTheRecordsHold)
+{
+    std::string const old = "[~\\A]\n@=\"old\"\n\"x\"=\"old\"\n\"z\"=\"stays\"\n";
+    std::string const added = "@=\"1\"\n\"y\"=\"1\"\n";
+    std::string const onlyZ = "[~\\A]\n\"z\"=\"stays\"\n";
+    std::string const types = "[~\\A]\n\"a\"=\"old\"\n\"b\"=dword:00000001\n\"c\"=hex:01,02\n"
+                              "\"d\"=hex(0):03\n\"e\"=hex(7):61,00,00,00,00,00\n\"f\"=hex:\n"
+                              "\"g\"=hex(b):01,02,03,04,05,06,07,08\n\"h\"=hex(2):25,00\n";
+    std::string const others = "[~\\A]\n\"a\"=dword:00000002\n\"b\"=\"new\"\n\"c\"=hex:03\n"
+                               "\"d\"=\"\"\n\"e\"=hex(0):01\n\"f\"=\"f\"\n\"g\"=hex:\n"
+                               "\"h\"=hex(b):01\n";
+    std::string const large =
+        "[~\\A]\n\"x\"=hex:" + Replaced<std::string>(std::string(70000, 'b'), "b", "0b,") + "\n";
+    std::string const x0 = "[~\\A]\n\"x\"=\"0\"\n";
+    std::string const x1 = "[~\\A]\n\"x\"=\"1\"\n";
+    std::string const x2 = "[~\\A]\n\"x\"=\"2\"\n";
+    std::string const sub = "[~\\A\\B]\n\"x\"=\"1\"\n";
+    std::string const subs = "[~\\A\\B]\n[~\\A\\C]\n";
+    struct Case
+    {
+        char const * what;
+        bool trees; // the instruction in trees instead of a flat list
+        std::string before;
+        std::string instruction;
+        std::string after;
+        std::string undone;
+        // Both views are one here: the second pass takes the new values for the old ones.
+        std::string undoneFromBoth;
+    };
+    Case const cases[] = {
+        {"new key", false, "", x1, x1, "", ""},
+        {"new keys, a record for each", false, "", x1 + sub, x1 + sub, x1, x1},
+        {"new tree, one record", true, "", x1 + sub, x1 + sub, x1 + sub, x1 + sub},
+        {"all types", false, types, others, others, types, others},
+        {"values not named", false, old, "[~\\A]\n" + added, old + added, old, old + added},
+        {"large value", false, large, x1, x1, large, x1},
+        {"removed values", false, old, "[~\\A]\n@=-\n\"x\"=-\n", onlyZ, old, onlyZ},
+        {"missing value removed", false, old, "[~\\A]\n\"y\"=-\n", old, old, old},
+        {"sub-keys of a key", true, x0 + subs, x1 + sub + "[-~\\A\\C]\n[~\\A\\D]\n",
+         x1 + sub + "[~\\A\\D]\n", x0 + subs, x1 + sub + "[~\\A\\C]\n[~\\A\\D]\n"},
+        {"removed key", false, old, "[-~\\A]\n", "", old, old},
+        {"removed key with sub-keys", false, old + sub, "[-~\\A]\n", old + sub, old + sub,
+         old + sub},
+        {"removed key with values given", false, old, "[-~\\A]\n\"x\"=\"1\"\n", "", old, old},
+        {"missing key removed", false, "", "[-~\\A]\n", "", "[~\\A]\n", "[~\\A]\n"},
+        {"key given twice", false, x0, x1 + x2, x2, x1, x2},
+        {"value given twice", false, x0, x1 + "\"x\"=\"2\"\n", x2, x1, x1},
+        {"name of another case", false, "[~\\A]\n\"X\"=\"0\"\n", x1, "[~\\A]\n\"X\"=\"1\"\n",
+         "[~\\A]\n", "[~\\A]\n"},
+        {"value given in two cases", false, x0, "[~\\A]\n\"X\"=\"1\"\n\"x\"=\"2\"\n", x2, x1, x1},
+    };
+    for (Case const & each : cases)
+    {
+        for (GMRegInstallType const type : allTypes)
+        {
+            SCOPED_TRACE(each.what + std::string(", type ") + std::to_string(type));
+            Store const store(each.before);
+            GMRegInstall install(type);
+            EXPECT_TRUE(install.Install(
+                each.trees ? store.Trees(each.instruction) : store.Keys(each.instruction), false));
+            EXPECT_EQ(ContentOf(each.after), store.Content());
+            Buffer buffer;
+            install.GetUninstallData(buffer);
+            EXPECT_TRUE(GMRegInstall::Uninstall(buffer));
+            EXPECT_EQ(ContentOf(type == GMRegInstallBothViews ? each.undoneFromBoth : each.undone),
+                      store.Content());
+        }
+    }
+}
+
+TEST(GMRegInstall, RecordsWithoutApplying)
+{
+    for (GMRegInstallType const type : {GMRegInstallDefaultView, GMRegInstall64BitView})
+    {
+        Store const store(
+            "[~\\A]\n\"x\"=\"0\"\n[~\\A\\B]\n[~\\A\\C]\n\"y\"=hex:01\n[~\\A\\C\\E]\n");
+        GMRegKey const key =
+            store.Trees("[~\\A]\n\"x\"=\"1\"\n\"n\"=\"1\"\n[~\\A\\B]\n\"x\"=\"1\"\n"
+                        "[-~\\A\\C]\n[~\\A\\D]\n[~\\A\\D\\E]\n")[0];
+        std::string const before = store.Content();
+        Buffer const planned = GMRegInstall::GenerateAntiReg(key, false, false, type).Serial();
+        EXPECT_EQ(before, store.Content());
+        Buffer const done = GMRegInstall::GenerateAntiReg(key, true, false, type).Serial();
+        EXPECT_NE(before, store.Content());
+        EXPECT_EQ(Hex(Content(planned)), Hex(Content(done)));
+    }
+}
+
+TEST(GMRegInstall, RollsBackFromAnyKey)
+{
+    struct Case
+    {
+        char const * what;
+        bool exist; // whether the keys are there before
+        REGSAM right;
+        LSTATUS code;
+        bool ignoreErrors;
+        bool installed;
+    };
+    Case const cases[] = {
+        {"mustn't be written", true, KEY_SET_VALUE, ERROR_ACCESS_DENIED, false, true},
+        {"can't be written", true, KEY_SET_VALUE, otherCode, false, false},
+        {"can't be written, ignored", true, KEY_SET_VALUE, otherCode, true, true},
+        {"can't be looked at", true, KEY_QUERY_VALUE, otherCode, false, true},
+        {"mustn't be made", false, KEY_SET_VALUE, ERROR_ACCESS_DENIED, false, true},
+        {"can't be made", false, KEY_SET_VALUE, otherCode, false, false},
+    };
+    for (Case const & each : cases)
+    {
+        for (int failing = 0; failing < 5; ++failing)
+        {
+            SCOPED_TRACE(each.what + std::string(" at key ") + std::to_string(failing));
+            std::string
+                lines[3]; // before, instruction, what comes of it when the key is passed over
+            for (int i = 0; i < 5; ++i)
+            {
+                std::string const key = "[~\\K" + std::to_string(i) + "]\n";
+                std::string const before = each.exist ? key + "\"x\"=\"old\"\n" : "";
+                std::string const change = key + "\"x\"=\"new\"\n\"y\"=dword:1\n";
+                lines[0] += before;
+                lines[1] += change;
+                lines[2] += i == failing ? before : change;
+            }
+            Store const store(lines[0]);
+            std::string const before = store.Content();
+            std::wstring const name = L"\\K" + std::to_wstring(failing);
+            GMRegInstall install;
+            {
+                g_fault = {name, each.right, each.code, {}};
+                ImportHook const hook("RegOpenKeyExW", &FaultyOpen, g_open);
+                EXPECT_EQ(each.installed, install.Install(store.Keys(lines[1]), each.ignoreErrors));
+            }
+            EXPECT_EQ(each.installed ? ContentOf(lines[2]) : before, store.Content());
+            GMRegException const failure = install.GetLastExcption();
+            EXPECT_EQ(each.installed ? 0 : otherCode, LSTATUS(failure.m_lastError));
+            EXPECT_EQ(!each.installed, failure.m_writing);
+            EXPECT_EQ(each.installed ? L"" : L"HKEY_CURRENT_USER\\" + store.Path(name),
+                      failure.m_keyPath);
+
+            Buffer buffer;
+            install.GetUninstallData(buffer);
+            EXPECT_EQ(each.installed ? 5 : failing, buffer.m_data[0]) << "number of records";
+            EXPECT_TRUE(GMRegInstall::Uninstall(buffer));
+            EXPECT_EQ(before, store.Content());
+        }
+    }
+}
+
+TEST(GMRegInstall, LeavesTheFailingKeyAsItIs)
+{
+    Store const store("[~\\A]\n[~\\B]\n[~\\B\\S]\n[~\\B\\T]\n");
+    auto const keys =
+        store.Trees("[~\\A]\n@=\"1\"\n[~\\B]\n@=\"1\"\n[~\\B\\S]\n@=\"1\"\n[~\\B\\T]\n");
+    {
+        g_fault = {L"\\T", KEY_SET_VALUE, otherCode, {}};
+        ImportHook const hook("RegOpenKeyExW", &FaultyOpen, g_open);
+        EXPECT_FALSE(GMRegInstall().Install(keys, false));
+    }
+    EXPECT_EQ(ContentOf("[~\\A]\n[~\\B]\n[~\\B\\S]\n@=\"1\"\n[~\\B\\T]\n"), store.Content());
+}
+
+TEST(GMRegInstall, ReportsKeysThatDontList)
+{
+    Store const store("[~\\A]\n\"x\"=\"0\"\n[~\\A\\B]\n\"y\"=\"0\"\n");
+    std::string const before = store.Content();
+    std::deque<GMRegKey> const keys = store.Keys("[~\\A]\n\"x\"=\"1\"\n[-~\\A]\n");
+    ImportHook const hook("RegQueryInfoKeyW", &FaultyInfo, g_info);
+    for (GMRegKey const & key : keys)
+    {
+        g_count = 1;
+        try
+        {
+            GMRegInstall::GenerateAntiReg(key, true, false, GMRegInstallDefaultView);
+            ADD_FAILURE() << "no exception";
+        }
+        catch (GMRegException const & failure)
+        {
+            EXPECT_EQ(otherCode, LSTATUS(failure.m_lastError));
+            EXPECT_FALSE(failure.m_writing);
+            EXPECT_EQ(L"HKEY_CURRENT_USER\\" + store.Path(L"\\A"), failure.m_keyPath);
+            EXPECT_STREQ("Operate registry failed", failure.what());
+        }
+        EXPECT_EQ(before, store.Content());
+    }
+
+    // What is ignored counts as empty: the value as missing, the key as one without sub-keys.
+    g_count = 1;
+    auto const record =
+        GMRegInstall::GenerateAntiReg(keys[0], false, true, GMRegInstallDefaultView);
+    EXPECT_TRUE(record.GetValues().at(0).GetRemoveFlag());
+    g_count = 2;
+    GMRegKey tree(HKEY_CURRENT_USER, store.Path());
+    GMRegInstall::UpdateFromSystem(tree, true, GMRegInstallDefaultView);
+    EXPECT_TRUE(tree.GetSubKeys().at(0).GetSubKeys().empty());
+    GMRegKey missing(HKEY_CURRENT_USER, store.Path(L"\\no"));
+    GMRegInstall::UpdateFromSystem(missing, true, GMRegInstallBothViews);
+    EXPECT_THROW(GMRegInstall::UpdateFromSystem(missing, false, GMRegInstallDefaultView),
+                 GMRegException);
+}
+
+TEST(GMRegInstall, WorksInTheViewsAskedFor)
+{
+    std::vector<REGSAM> const reads[] = {{0x20019}, {0x20119}, {0x20019, 0x20119}};
+    std::vector<REGSAM> const writes[] = {{0x2001F}, {0x2011F}, {0x2001F, 0x2011F}};
+    Store const store;
+    GMRegKey key(HKEY_CURRENT_USER, store.Path());
+    ImportHook const hook("RegOpenKeyExW", &FaultyOpen, g_open);
+    for (GMRegInstallType const type : allTypes)
+    {
+        g_fault = {};
+        GMRegInstall::UpdateFromSystem(key, false, type);
+        EXPECT_EQ(reads[type], g_fault.opened);
+        g_fault = {};
+        GMRegInstall::Install(key, true, false, type);
+        EXPECT_EQ(writes[type], g_fault.opened);
+        g_fault = {};
+        GMRegInstall::GenerateAntiReg(key, true, false, type);
+        EXPECT_EQ(REGSAM(KEY_READ), g_fault.opened.at(0))
+            << "the first look is into the default view";
+        g_fault.opened.erase(g_fault.opened.begin());
+        EXPECT_EQ(writes[type], g_fault.opened);
+    }
+}
+
+TEST(GMRegInstall, WritesASingleKey)
+{
+    Store const store("[~\\B\\C]\n");
+    GMRegKey const tree = store.Trees("[~\\A]\n[~\\A\\B]\n")[0];
+    {
+        ImportHook const hook("RegOpenKeyExW", &FaultyOpen, g_open);
+        g_fault = {L"\\A", KEY_SET_VALUE, otherCode, {}};
+        EXPECT_THROW(GMRegInstall::Install(tree, true, false, GMRegInstallDefaultView),
+                     GMRegException);
+        GMRegInstall::Install(tree, true, true, GMRegInstallBothViews);
+        g_fault.code = ERROR_ACCESS_DENIED;
+        GMRegInstall::Install(tree, true, false, GMRegInstallBothViews);
+        EXPECT_EQ(ContentOf("[~\\B\\C]\n"), store.Content()) << "nor in the other view nor below";
+    }
+    GMRegInstall::Install(tree, false, false, GMRegInstallDefaultView);
+    EXPECT_EQ(ContentOf("[~\\A]\n[~\\B\\C]\n"), store.Content());
+    // The first one goes, the second is made and goes, the third stays for its sub-key.
+    store.Write(store.Keys("[-~\\A]\n[-~\\N]\n[-~\\B]\n\"x\"=\"1\"\n\"y\"=-\n"));
+    EXPECT_EQ(ContentOf("[~\\B]\n\"x\"=\"1\"\n[~\\B\\C]\n"), store.Content());
+}
+
+TEST(GMRegInstall, TakesTreesDeeperThanTheStack)
+{
+    constexpr unsigned int levels = 40000;
+    std::deque<GMRegKey> keys(1);
+    for (unsigned int i = 1; i < levels; ++i)
+    {
+        GMRegKey parent;
+        parent.GetSubKeys().push_back(std::move(keys[0]));
+        keys[0] = std::move(parent);
+    }
+    ImportHook const open("RegOpenKeyExW", &OpenAnything);
+    ImportHook const close("RegCloseKey", &CloseNothing);
+    g_count = 0;
+    EXPECT_TRUE(GMRegInstall::Uninstall(Records(keys)));
+    EXPECT_EQ(levels, g_count);
+}
+
+TEST(GMRegInstall, LaysTheUndoBufferOut)
+{
+    Buffer buffer = ToBuffer("old");
+    GMRegInstall().GetUninstallData(buffer);
+    EXPECT_EQ("00 00 00 00 00 00 00 00", Hex(Content(buffer)));
+
+    GMRegKey const key(L"HKLM\\A"); // a record of 12 bytes and the 20 units of its full path
+    std::string const entry = " 34 00 00 00 " + Hex(Content(key.Serial()));
+    GMRegInstall::SerialRegToBuffer({key, key}, buffer);
+    EXPECT_EQ("02 00 00 00 70 00 00 00" + entry + entry, Hex(Content(buffer)));
+    EXPECT_EQ(8u + 4 * 56, buffer.m_capacity) << "room for four when there was none";
+    Buffer roomy(1000);
+    GMRegInstall::SerialRegToBuffer(std::deque<GMRegKey>(18, key), roomy);
+    EXPECT_EQ(1500u, roomy.m_capacity) << "half as much again";
+}
+
+TEST(GMRegInstall, ReadsUndoBuffersAsFarAsTheyGo)
+{
+    Bytes const entry = Content(Records({GMRegKey(L"HKLM\\A")})).substr(8);
+    Bytes const none(4, 0);
+    Bytes const one = {1, 0, 0, 0};
+    Bytes const two = {2, 0, 0, 0};
+    Bytes const most(4, 0xFF);
+    struct Case
+    {
+        char const * what;
+        Bytes bytes;
+        bool read;
+        std::size_t count;
+    };
+    Case const cases[] = {
+        {"half a header", none + Bytes(3, 0), false, 0},
+        {"no keys, whatever the payload", none + most, true, 0},
+        {"payload behind the end", one + most + entry, false, 0},
+        {"payload not given", one + none + entry, true, 1},
+        {"key missing", two + none + entry, false, 1},
+        {"size cut", two + none + entry + Bytes(3, 0), false, 1},
+        {"countless keys", most + none + entry, false, 1},
+        {"key behind the end", one + none + most + entry, false, 0},
+        {"key of no bytes", one + none + none, true, 1},
+        {"bytes behind the keys", one + none + entry + entry, true, 1},
+    };
+    std::deque<GMRegKey> keys;
+    for (Case const & each : cases)
+    {
+        SCOPED_TRACE(each.what);
+        EXPECT_EQ(each.read, GMRegInstall::DeserialRegFromBuffer(BufferOf(each.bytes), keys));
+        EXPECT_EQ(each.count, keys.size());
+    }
+
+    // A type that records can't bring back ends its key, and only that.
+    keys = Store().Keys("[~]\n\"x\"=\"1\"\n\"y\"=hex(8):01\n\"z\"=\"1\"\n[~\\A]\n\"x\"=\"1\"\n");
+    EXPECT_TRUE(GMRegInstall::DeserialRegFromBuffer(Records(keys), keys));
+    EXPECT_EQ(1u, keys.at(0).GetValues().size());
+    EXPECT_EQ(1u, keys.at(1).GetValues().size());
+}
+
+TEST(GMRegInstall, SurvivesDamagedUndoBuffers)
+{
+    Store const store("[~\\A]\n\"a\"=\"old\"\n\"b\"=dword:1\n\"c\"=hex(7):61,00,00,00,00,00\n"
+                      "[~\\A\\B]\n\"d\"=hex(b):01\n[~\\A\\B\\C]\n\"e\"=hex:01,02,03\n");
+    Bytes const whole =
+        Content(Records({GMRegInstall::GenerateAntiReg(
+                             store.Trees("[~\\A]\n\"a\"=-\n\"c\"=-\n\"n\"=\"1\"\n[-~\\A\\B]\n")[0],
+                             false, false, GMRegInstallDefaultView),
+                         GMRegInstall::GenerateAntiReg(store.Keys("[~\\N]\n")[0], false, false,
+                                                       GMRegInstallDefaultView)}));
+    GuardBuffer<unsigned char> const page(Bytes(2 * whole.size() + 4096, 0));
+    AllocationMeter meter;
+    auto const read = [&](Bytes const & bytes)
+    {
+        Buffer buffer; // ends where the page ends, and owns nothing
+        buffer.m_length = static_cast<unsigned int>(std::min(bytes.size(), page.Size()));
+        buffer.m_data = page.Data() + (page.Size() - buffer.m_length);
+        std::copy_n(bytes.data(), buffer.m_length, buffer.m_data);
+        std::deque<GMRegKey> keys;
+        meter.Restart();
+        bool const result = GMRegInstall::DeserialRegFromBuffer(buffer, keys);
+        EXPECT_LE(meter.Peak(), 64 * buffer.m_length + (16u << 20));
+        buffer.m_data = nullptr;
+        return result;
+    };
+    for (std::size_t size = 0; size < whole.size(); ++size)
+        ASSERT_FALSE(read(whole.substr(0, size))) << size;
+    ASSERT_TRUE(read(whole));
+
+    Mutator<unsigned char> mutator(45, {whole.substr(8, 40), Bytes(8, 0), whole.substr(0, 8)});
+    unsigned int const rounds = Rounds(100000, 1000000);
+    unsigned int good = 0;
+    for (unsigned int i = 0; i < rounds && !::testing::Test::HasFailure(); ++i)
+        good += read(mutator.Mutate(whole)) ? 1u : 0u;
+    EXPECT_LT(0u, good);
+    EXPECT_GT(rounds, good);
+}
+
+TEST(GMRegInstall, JoinsUndoBuffers)
+{
+    Buffer const none;
+    Buffer const a = Records({GMRegKey(L"HKLM\\A")});
+    Buffer const bc = Records({GMRegKey(L"-HKLM\\B"), GMRegKey(L"HKLM\\C")});
+    Buffer const cut = BufferOf(Content(bc).substr(0, 100)); // gives nothing
+    Bytes const A = Content(a).substr(8);
+    Bytes const BC = Content(bc).substr(8);
+    for (auto const & [left, right, joined] :
+         {std::tuple(a, bc, A + BC), std::tuple(none, bc, BC), std::tuple(a, none, A),
+          std::tuple(none, none, Bytes()), std::tuple(cut, a, A)})
+    {
+        Buffer merged = right;
+        GMRegInstall::MergeRegListBuffer(left, merged);
+        EXPECT_EQ(Hex(joined), Hex(Content(merged).substr(8)));
+    }
+    Buffer self = a;
+    GMRegInstall::MergeRegListBuffer(self, self);
+    EXPECT_EQ(Hex(A + A), Hex(Content(self).substr(8)));
+}
+
+TEST(GMRegInstall, JoinsTexts)
+{
+    std::string const left = "REGEDIT4\r\n[HKCU\\A]\r\n\"x\"=\"left\"\r\n";
+    std::string const right = "REGEDIT4\r\n[HKCU\\A]\r\n\"x\"=\"right\"\r\n[-HKLM\\B]\r\n";
+    std::string const both = Utf16Bytes(L"Windows Registry Editor Version 5.00\r\n"
+                                        L"[HKEY_CURRENT_USER\\A]\r\n\"x\"=\"right\"\r\n\r\n"
+                                        L"[-HKEY_LOCAL_MACHINE\\B]\r\n"
+                                        L"[HKEY_CURRENT_USER\\A]\r\n\"x\"=\"left\"\r\n\r\n");
+    for (auto const & [first, second, joined] :
+         {std::tuple(left, right, both), std::tuple(std::string(), right, right),
+          std::tuple(left, std::string(), left)})
+    {
+        Buffer merged = ToBuffer(second);
+        GMRegInstall::MergeRegContentBuffer(ToBuffer(first), merged);
+        EXPECT_EQ(Hex(joined), Hex(Content(merged)));
+    }
+
+    Buffer kept = ToBuffer(right);
+    EXPECT_THROW(GMRegInstall::MergeRegContentBuffer(ToBuffer("no header"), kept),
+                 std::runtime_error);
+    EXPECT_THROW(GMRegInstall::MergeRegContentBuffer(ToBuffer(left + "\"y\"=hex(5):01\r\n"), kept),
+                 std::invalid_argument);
+    EXPECT_EQ(Hex(right), Hex(Content(kept)));
+}
+
+/// Runs a command line of the system and gives its exit code.
+int RunTool(std::wstring const & command) { return _wsystem((command + L" > nul 2>&1").c_str()); }
+
+/// What our reading makes of a value that the system's tool has imported, as lines of a snapshot.
+/// The differences that are allowed, all of them: the bytes of hex(1) don't become the text, those of
+/// hex(4) not the number, and the terminator in hex(2) becomes part of the text.
+std::string AsInstalled(std::string const & line, std::set<std::string> & differences)
+{
+    for (auto const & [form, outcome] : {std::pair("  \"hex(1)\" type 1: ", "00 00"),
+                                         std::pair("  \"hex(4)\" type 4: ", "00 00 00 00")})
+    {
+        if (line.rfind(form, 0) == 0)
+            return *differences.insert(form).first + outcome;
+    }
+    bool const expands = line.find("\" type 2: ") != line.npos;
+    return expands ? (differences.insert("hex(2)"), line + " 00 00") : line;
+}
+
+TEST(GMRegInstall, InstallsARealExportAsTheSystemsToolDoes)
+{
+    std::wstring const real =
+        L"HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Windows NT\\CurrentVersion";
+    // Beside the real tree what it may lack, and data that the tool writes when nothing else fits.
+    std::wstring const made =
+        L"[~\\made]\r\n@=\"default\"\r\n\"0\"=hex(0):01\r\n\"8\"=hex(8):01,02\r\n"
+        L"\"hex(1)\"=hex(1):41,00,42,00\r\n\"hex(4)\"=hex(4):01,02\r\n"
+        L"\"hex(2)\"=hex(2):25,00,41,00,00,00\r\n"
+        L"\"b\"=hex(b):01,02,03,04,05,06,07,08\r\n\"c\"=hex:01,02,\\\r\n  03\r\n"
+        L"\"7\"=hex(7):61,00,00,00,62,00,00,00,00,00\r\n";
+    TemporaryFolder const folder;
+    ASSERT_EQ(0, RunTool(L"reg export \"" + real + L"\" \"" + folder.File(L"real.reg") + L"\""));
+    std::string const bytes = ReadBytes(folder.File(L"real.reg"));
+    std::wstring exported(bytes.size() / 2, L'\0');
+    bytes.copy(reinterpret_cast<char *>(exported.data()), bytes.size());
+    exported = Replaced<std::wstring>(exported.substr(1) + made, L"[" + real, L"[~");
+    auto const at = [&](Store const & store)
+    {
+        return Utf16Bytes(
+            Replaced<std::wstring>(exported, L"[~", L"[HKEY_CURRENT_USER\\" + store.Path()));
+    };
+
+    Store const theirs;
+    WriteBytes(folder.File(L"their.reg"), at(theirs));
+    ASSERT_EQ(0, RunTool(L"reg import \"" + folder.File(L"their.reg") + L"\""));
+    Store const ours;
+    GMRegParser parser;
+    parser.Load(ToBuffer(at(ours)));
+    ASSERT_TRUE(GMRegInstall().Install(parser.GetRegList(), false));
+
+    std::set<std::string> differences;
+    std::istringstream lines(theirs.Content());
+    std::string expected;
+    std::size_t count = 0;
+    for (std::string line; std::getline(lines, line); ++count)
+        expected += AsInstalled(line, differences) + "\n";
+    EXPECT_EQ(expected, ours.Content());
+    EXPECT_EQ(3u, differences.size()) << "each one is met";
+    EXPECT_LT(2000u, count);
+}
+
+} // namespace
+
+} // namespace Velmora::Testing
