@@ -1,5 +1,6 @@
 #include "VelmoraCommon/registry/GMRegKey.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <string_view>
 #include <utility>
@@ -81,18 +82,17 @@ GMRegKey::GMRegKey(GMString const & fullPath) : GMRegKey() { ParseRegFullPath(fu
 /// Key by key, for a recursion would need stack for every level.
 GMRegKey::GMRegKey(GMRegKey const & other) : GMRegKey()
 {
-    std::vector<std::pair<GMRegKey const *, GMRegKey *>> pending{{&other, this}};
-    while (!pending.empty())
+    std::vector<std::pair<GMRegKey const *, GMRegKey *>> copies{{&other, this}};
+    for (std::size_t next = 0; next < copies.size(); ++next)
     {
-        auto const [from, to] = pending.back();
-        pending.pop_back();
+        auto const [from, to] = copies[next];
         to->m_values = from->m_values;
         to->m_root = from->m_root;
         to->m_subPath = from->m_subPath;
         to->m_removeFlag = from->m_removeFlag;
         to->m_subKeys.resize(from->m_subKeys.size());
         for (std::size_t i = 0; i < from->m_subKeys.size(); ++i)
-            pending.emplace_back(&from->m_subKeys[i], &to->m_subKeys[i]);
+            copies.emplace_back(&from->m_subKeys[i], &to->m_subKeys[i]);
     }
 }
 
@@ -115,35 +115,35 @@ GMRegKey & GMRegKey::operator=(GMRegKey && other) noexcept
 
 /// Takes the tree apart without recursion, which a deep one has no stack for, and without memory,
 /// which a destructor can't ask for. On the way down the list of a level is kept in the emptied
-/// sub-key list of the key that was gone into.
+/// sub-key list of the key that was gone into. Keys go in the order in which they came: heaps give
+/// memory back piece by piece when it is freed from its end.
 GMRegKey::~GMRegKey()
 {
-    if (m_subKeys.empty())
-        return;
     std::vector<GMRegKey> level;
     std::vector<GMRegKey> above;
     level.swap(m_subKeys);
     for (;;)
     {
-        if (level.empty())
-        {
-            if (above.empty())
-                return;
-            level.swap(above);
-            above.swap(level.back().m_subKeys);
-            level.pop_back();
-        }
-        else if (level.back().m_subKeys.empty())
-        {
-            level.pop_back();
-        }
-        else
+        auto const lastParent =
+            std::find_if(level.rbegin(), level.rend(),
+                         [](GMRegKey const & each) { return !each.m_subKeys.empty(); });
+        level.erase(lastParent.base(), level.end());
+        if (!level.empty())
         {
             std::vector<GMRegKey> below;
             below.swap(level.back().m_subKeys);
             above.swap(level.back().m_subKeys);
             above.swap(level);
             level.swap(below);
+        }
+        else if (!above.empty())
+        {
+            level.swap(above);
+            above.swap(level.back().m_subKeys);
+        }
+        else
+        {
+            return;
         }
     }
 }
