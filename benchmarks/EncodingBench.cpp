@@ -75,7 +75,7 @@ GMString MixedChinese(std::mt19937 & random, std::size_t length)
 }
 
 constexpr std::size_t pieceBytes = 64 * 1024;
-constexpr std::size_t pieceCount = 8;
+constexpr std::size_t pieceCount = 64; // so many that the heap's state before a turn doesn't matter
 
 /// Texts whose bytes in \p codePage come close to the size of a piece.
 std::vector<GMString> MixedPieces(unsigned int codePage)

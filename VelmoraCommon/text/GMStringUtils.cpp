@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "VelmoraCommon/text/internal/CaseFolding.h"
-#include "VelmoraCommon/text/internal/CaselessText.h"
 
 namespace Velmora
 {
@@ -157,7 +156,13 @@ bool GMStringUtils::WildcardCompare(wchar_t const * pattern, wchar_t const * tex
 
 unsigned int GMStringUtils::FindNoCase(GMString const & s, GMString const & x, unsigned int start)
 {
-    return static_cast<unsigned int>(CaselessText(x).FindIn(s, start));
+    GMString const lowered = Lowered(x);
+    for (GMString::size_type at = start; at + x.length() <= s.length(); ++at)
+    {
+        if (FoldsTo(s.data() + at, lowered))
+            return static_cast<unsigned int>(at);
+    }
+    return static_cast<unsigned int>(GMString::npos);
 }
 
 GMString GMStringUtils::Left(GMString const & s, int n)

@@ -1,10 +1,9 @@
 #include <algorithm>
-#include <cstdlib>
-#include <cwchar>
+#include <cstddef>
+#include <utility>
 
 #include "VelmoraCommon/text/GMStringUtils.h"
 #include "VelmoraCommon/text/internal/CaseFolding.h"
-#include "VelmoraCommon/text/internal/CaselessText.h"
 
 namespace Velmora
 {
@@ -12,44 +11,56 @@ namespace Velmora
 namespace
 {
 
-/// Replaces each place of \p s that \p find names by \p to. \p find answers the next place at or
-/// behind a position, where \p length units go out.
-template <class Find>
-void ReplaceEach(GMString & s, GMString::size_type length, GMString const & to, Find find)
+/// Calls \p onUnit for each unit of \p s that stays and \p onMatch for each place where \p matches
+/// finds the \p length units that are looked for.
+template <class Matches, class OnUnit, class OnMatch>
+void WalkMatches(GMString const & s, std::size_t length, Matches matches, OnUnit onUnit,
+                 OnMatch onMatch)
 {
-    // The places are counted first, so that the result is allocated once and none is for nothing.
-    GMString::size_type count = 0;
-    for (auto at = find(0); at != GMString::npos; at = find(at + length))
-        ++count;
-    if (count == 0)
-        return;
-
-    GMString result(s.length() - count * length + count * to.length(), L'\0');
-    wchar_t * out = result.data();
-    wchar_t const * const units = s.data();
-    GMString::size_type from = 0;
-    for (auto at = find(0); at != GMString::npos; at = find(from))
+    wchar_t const * const end = s.data() + s.length();
+    for (wchar_t const * unit = s.data(); unit != end;)
     {
-        out = std::copy(units + from, units + at, out);
-        out = std::copy(to.begin(), to.end(), out);
-        from = at + length;
+        if (static_cast<std::size_t>(end - unit) >= length && matches(unit))
+        {
+            onMatch();
+            unit += length;
+        }
+        else
+        {
+            onUnit(*unit++);
+        }
     }
-    std::copy(units + from, units + s.length(), out);
-    s = std::move(result);
 }
 
-/// As `s.find(x, from)`, but inlined: the places may be close together. \p x isn't empty.
-GMString::size_type FindText(GMString const & s, GMString const & x, GMString::size_type from)
+/// Replaces each match of \p length units by \p to.
+template <class Matches>
+void ReplaceMatches(GMString & s, std::size_t length, GMString const & to, Matches matches)
 {
-    if (s.length() < x.length())
-        return GMString::npos;
-    wchar_t const * const end = s.data() + (s.length() - x.length() + 1);
-    for (wchar_t const * at = s.data() + from; at < end; ++at)
+    // A text that can't grow is edited where it lies. Else the matches are counted first, so that
+    // the result is allocated once, and only if there is one.
+    GMString grown;
+    if (to.length() > length)
     {
-        if (*at == x.front() && std::equal(x.begin() + 1, x.end(), at + 1))
-            return static_cast<GMString::size_type>(at - s.data());
+        std::size_t count = 0;
+        WalkMatches(
+            s, length, matches, [](wchar_t) {}, [&] { ++count; });
+        if (count == 0)
+            return;
+        grown.resize(s.length() + count * (to.length() - length));
     }
-    return GMString::npos;
+
+    GMString & result = grown.empty() ? s : grown;
+    wchar_t * out = result.data();
+    WalkMatches(
+        s, length, matches, [&](wchar_t unit) { *out++ = unit; },
+        [&]
+        {
+            for (wchar_t const unit : to) // a loop, since most are short
+                *out++ = unit;
+        });
+    result.resize(static_cast<std::size_t>(out - result.data()));
+    if (!grown.empty())
+        s = std::move(grown);
 }
 
 } // namespace
@@ -101,17 +112,20 @@ void GMStringUtils::Replace(GMString & s, wchar_t const * from, wchar_t const * 
     if (from == nullptr || to == nullptr || *from == L'\0')
         return;
     GMString const sought(from);
-    ReplaceEach(s, sought.length(), to,
-                [&](GMString::size_type at) { return FindText(s, sought, at); });
+    ReplaceMatches(s, sought.length(), to,
+                   [&](wchar_t const * units) {
+                       return *units == sought.front() &&
+                              std::equal(sought.begin() + 1, sought.end(), units + 1);
+                   });
 }
 
 void GMStringUtils::ReplaceNoCase(GMString & s, wchar_t const * from, wchar_t const * to)
 {
     if (from == nullptr || to == nullptr || *from == L'\0')
         return;
-    CaselessText const sought(from);
-    ReplaceEach(s, std::wcslen(from), to,
-                [&](GMString::size_type at) { return sought.FindIn(s, at); });
+    GMString const sought = Lowered(from);
+    ReplaceMatches(s, sought.length(), to,
+                   [&](wchar_t const * units) { return FoldsTo(units, sought); });
 }
 
 void GMStringUtils::MakeLower(GMString & s)

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <algorithm>
 #include <cwctype>
+
+#include "VelmoraCommon/frame/GMString.h"
 
 namespace Velmora
 {
@@ -32,5 +35,18 @@ struct ToUpper
         return c >= L'a' && c <= L'z' ? static_cast<wchar_t>(c - (L'a' - L'A')) : c;
     }
 };
+
+inline GMString Lowered(GMString text)
+{
+    std::transform(text.begin(), text.end(), text.begin(), ToLower());
+    return text;
+}
+
+/// Whether the units from \p text on, which are enough, fold to \p lowered.
+inline bool FoldsTo(wchar_t const * text, GMString const & lowered)
+{
+    return std::equal(lowered.begin(), lowered.end(), text,
+                      [](wchar_t a, wchar_t b) { return a == ToLower()(b); });
+}
 
 } // namespace Velmora
