@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <string_view>
 
+#include "VelmoraCommon/files/internal/PathText.h"
 #include "VelmoraCommon/frame/WindowsApi.h"
 #include "VelmoraCommon/text/GMStringUtils.h"
+#include "VelmoraCommon/text/internal/WhiteSpace.h"
 
 #include <shlwapi.h>
 
@@ -14,8 +16,6 @@ namespace Velmora
 namespace
 {
 
-constexpr wchar_t delimiters[] = L"\\/";
-constexpr wchar_t whiteSpace[] = L" \r\t\n";
 constexpr std::wstring_view invalidInPath = L"*?<>|:\"";
 constexpr std::wstring_view invalidInFileName = L"*?<>|:\"\\/";
 constexpr wchar_t const * reservedNames[] = {L"CON", L"PRN", L"AUX", L"NUL"};
@@ -27,19 +27,13 @@ bool IsInvalid(wchar_t unit, std::wstring_view invalid)
 
 void RemoveEndDelimiters(GMString & path)
 {
-    path.erase(path.find_last_not_of(delimiters) + 1); // none found: npos + 1 is 0
+    path.erase(path.find_last_not_of(pathDelimiters) + 1); // none found: npos + 1 is 0
 }
 
 void RemoveEnclosingQuotes(GMString & path)
 {
     if (path.size() >= 2 && path.front() == L'"' && path.back() == L'"')
         path = path.substr(1, path.size() - 2);
-}
-
-GMString Normalized(GMString path, unsigned int flags)
-{
-    GMFileName::NormalizePath(path, flags);
-    return path;
 }
 
 void AppendToList(GMString & list, std::wstring_view entry)
@@ -115,7 +109,7 @@ GMString GMFileName::JoinFileName(GMString const & directory, GMString const & n
         return tail;
 
     GMString joined = Normalized(directory, smc_unquote | smc_endDelimiter);
-    return joined.append(tail, std::min(tail.find_first_not_of(delimiters), tail.size()));
+    return joined.append(tail, std::min(tail.find_first_not_of(pathDelimiters), tail.size()));
 }
 
 GMString GMFileName::GetDirectory(GMString const & path)
@@ -170,7 +164,7 @@ bool GMFileName::CheckFilePathParts(GMString const & path, GMString & invalid)
     while (begin < path.size())
     {
         GMString::size_type const end =
-            std::min(path.find_first_of(delimiters, begin), path.size());
+            std::min(path.find_first_of(pathDelimiters, begin), path.size());
         GMString part = path.substr(begin, end - begin);
         GMStringUtils::Trim(part, whiteSpace);
         for (wchar_t const * const name : reservedNames)

@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <utility>
 
-#include "VelmoraCommon/files/GMFileName.h"
 #include "VelmoraCommon/files/internal/DirectoryListing.h"
+#include "VelmoraCommon/files/internal/PathText.h"
 #include "VelmoraCommon/frame/internal/ScopedHandle.h"
 #include "VelmoraCommon/frame/internal/SystemText.h"
 #include "VelmoraCommon/text/GMStringUtils.h"
@@ -15,17 +15,9 @@ namespace Velmora
 namespace
 {
 
-constexpr wchar_t delimiters[] = L"\\/";
-
 // FILETIME counts 100 ns since 1601: its value at the start of 1970, and its ticks in a second.
 constexpr __int64 fileTimeOf1970 = 116444736000000000;
 constexpr __int64 fileTimePerSecond = 10000000;
-
-GMString Normalized(GMString path, unsigned int flags)
-{
-    GMFileName::NormalizePath(path, flags);
-    return path;
-}
 
 /// The form in which a path is looked up and compared.
 GMString PlainPath(GMString const & path)
@@ -59,7 +51,7 @@ bool RemoveFileWith(DWORD attributes, GMString const & path)
 
 GMString::size_type FileNameStart(GMString const & path)
 {
-    return path.find_last_of(delimiters) + 1; // none found: npos + 1 is 0
+    return path.find_last_of(pathDelimiters) + 1; // none found: npos + 1 is 0
 }
 
 /// Where the extension of \p path begins: at its last dot, or at the end.
@@ -249,8 +241,8 @@ void GMFilePathUtils::GetAllSons(GMString const & path, std::vector<GMString> & 
 
 bool GMFilePathUtils::CreateDirectories(GMString const & path)
 {
-    GMString::size_type end = path.find_first_of(delimiters);
-    for (; end != GMString::npos; end = path.find_first_of(delimiters, end + 1))
+    GMString::size_type end = path.find_first_of(pathDelimiters);
+    for (; end != GMString::npos; end = path.find_first_of(pathDelimiters, end + 1))
     {
         GMString const upper = path.substr(0, end);
         if (!upper.empty() && !IsExists(upper))

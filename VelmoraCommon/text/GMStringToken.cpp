@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "VelmoraCommon/text/GMStringUtils.h"
+#include "VelmoraCommon/text/internal/WhiteSpace.h"
 
 namespace Velmora
 {
@@ -15,7 +16,6 @@ namespace
 using Position = GMString::size_type;
 
 constexpr Position none = GMString::npos;
-constexpr wchar_t whiteSpace[] = L" \r\t\n";
 
 /// The units of a text, asked for each unit of a long one.
 class UnitSet
