@@ -14,22 +14,18 @@ TEST(GMFileName, Normalizes)
         wchar_t const * result;
     };
     Case const cases[] = {
-        {LR"(C:\a)", 0x10, LR"(C:\a\)"},
-        {LR"(C:\a\\/)", 0x10, LR"(C:\a\)"},
-        {L"", 0x10, L""},
+        {L"C:\\a", 0x10, L"C:\\a\\"},
+        {L"C:\\a\\\\/", 0x10, L"C:\\a\\"},
         {L"\\", 0x10, L""},
-        {LR"(C:\a\)", 0x20, LR"(C:\a)"},
-        {LR"(C:\)", 0x20, L"C:"},
+        {L"C:\\", 0x20, L"C:"},
         {L"\\//", 0x20, L""},
-        {LR"("")", 4, L""},
-        {LR"("a)", 4, LR"("a)"},
-        {LR"(")", 4, LR"(")"},
-        {LR"(""a"")", 4, LR"("a")"},
-        {LR"("C:\a\")", 36, LR"(C:\a)"},
-        {LR"("C:\a"\)", 36, LR"("C:\a")"}, // quotes are looked for first
-        {LR"(C:\a)", 0x30, LR"(C:\a)"},
-        {L"a/b\\c/", 0x40000000, LR"(a\b\c\)"},
-        {L"a/b/", 0x40000010, LR"(a\b\)"},
+        {L"\"\"", 4, L""},
+        {L"\"a", 4, L"\"a"},
+        {L"\"", 4, L"\""},
+        {L"\"C:\\a\\\"", 36, L"C:\\a"},
+        {L"\"C:\\a\"\\", 36, L"\"C:\\a\""}, // quotes are looked for first
+        {L"C:\\a", 0x30, L"C:\\a"},
+        {L"a/b\\c/", 0x40000000, L"a\\b\\c\\"},
         {L"aB", 1, L"ab"},
         {L"aB", 3, L"AB"},
         {L"a/\"", 0x3FFFFFC8, L"a/\""}, // none of these bits means anything
@@ -44,11 +40,11 @@ TEST(GMFileName, Normalizes)
 
 TEST(GMFileName, Canonicalizes)
 {
-    GMString path = LR"(C:\a\.\b\..\c)";
+    GMString path = L"C:\\a\\.\\b\\..\\c";
     GMFileName::Canonicalize(path);
-    EXPECT_EQ(LR"(C:\a\c)", path);
+    EXPECT_EQ(L"C:\\a\\c", path);
 
-    GMString const longest = LR"(C:\.\)" + GMString(254, L'x');
+    GMString const longest = L"C:\\.\\" + GMString(254, L'x');
     path = longest;
     GMFileName::Canonicalize(path);
     EXPECT_EQ(L"C:\\" + GMString(254, L'x'), path);
@@ -60,156 +56,110 @@ TEST(GMFileName, Canonicalizes)
 
 TEST(GMFileName, TellsAbsolutePaths)
 {
-    for (wchar_t const * const path : {L"C:", L"C:\\x", L"C:/x", L"\\\\srv\\s", L"\\\\", L"1:"})
+    for (wchar_t const * const path : {L"C:", L"C:\\x", L"C:/x", L"\\\\srv\\s", L"1:"})
         EXPECT_TRUE(GMFileName::IsCompletedPath(path)) << testing::PrintToString(path);
-    for (wchar_t const * const path : {L"", L"C", L"C:x", L"\\x", L"x", L"//srv", L"\\/x"})
+    for (wchar_t const * const path : {L"", L"C", L"C:x", L"\\x", L"x", L"//srv"})
         EXPECT_FALSE(GMFileName::IsCompletedPath(path)) << testing::PrintToString(path);
 }
 
 TEST(GMFileName, Joins)
 {
-    struct Case
-    {
-        wchar_t const * directory;
-        wchar_t const * name;
-        wchar_t const * joined;
+    wchar_t const * const cases[][3] = {
+        {L"C:\\a", L"b.txt", L"C:\\a\\b.txt"},
+        {L"C:\\a//", L"/\\b/c", L"C:\\a\\b/c"},
+        {L"C:\\a", L"D:\\b", L"D:\\b"},
+        {L"C:\\a", L"\"D:\\b\"", L"D:\\b"},
+        {L"", L"\\b", L"b"},
+        {L"\\", L"b", L"b"},
+        {L"C:\\a", L"", L"C:\\a\\"},
+        {L"\"C:\\a\"", L"\"b\"", L"C:\\a\\b"},
     };
-    Case const cases[] = {
-        {LR"(C:\a)", L"b.txt", LR"(C:\a\b.txt)"},
-        {LR"(C:\a\)", LR"(\b.txt)", LR"(C:\a\b.txt)"},
-        {LR"(C:\a//)", LR"(/\b/c)", LR"(C:\a\b/c)"},
-        {LR"(C:\a)", LR"(D:\b)", LR"(D:\b)"},
-        {LR"(C:\a)", LR"("D:\b")", LR"(D:\b)"},
-        {LR"(C:\a)", LR"(\\srv\b)", LR"(\\srv\b)"},
-        {L"", L"b", L"b"},
-        {L"\\", L"\\b", L"b"},
-        {LR"(C:\a)", L"", LR"(C:\a\)"},
-        {LR"(C:\a)", L"//", LR"(C:\a\)"},
-        {LR"("C:\a")", LR"("b")", LR"(C:\a\b)"},
-    };
-    for (Case const & each : cases)
-        EXPECT_EQ(each.joined, GMFileName::JoinFileName(each.directory, each.name));
+    for (auto const & [directory, name, joined] : cases)
+        EXPECT_EQ(joined, GMFileName::JoinFileName(directory, name));
 }
 
 TEST(GMFileName, FindsDirectories)
 {
-    struct Case
-    {
-        wchar_t const * path;
-        wchar_t const * directory;
-        wchar_t const * parent;
-    };
-    Case const cases[] = {
-        {LR"(C:\a\b.txt)", LR"(C:\a)", LR"(C:\a)"},
-        {LR"(C:\a\b\)", LR"(C:\a)", LR"(C:\a)"},
-        {LR"("C:\a\b")", LR"(C:\a)", LR"(C:\a)"},
-        {LR"("C:\a\b"\)", LR"("C:\a)", LR"(C:\a)"}, // only the parent loses the delimiter first
+    wchar_t const * const cases[][3] = {
+        {L"C:\\a\\b.txt", L"C:\\a", L"C:\\a"},
+        {L"C:\\a\\b\\", L"C:\\a", L"C:\\a"},
+        {L"\"C:\\a\\b\"", L"C:\\a", L"C:\\a"},
+        {L"\"C:\\a\\b\"\\", L"\"C:\\a", L"C:\\a"}, // the parent loses the delimiter first
         {L"b.txt", L"b.txt", L"b.txt"},
         {L"a/b", L"a/b", L"a/b"},
-        {L"a\\b/c", L"a", L"a"},
-        {LR"(C:\)", L"C:", L"C:"},
-        {LR"(\a)", L"", L""},
-        {L"", L"", L""},
+        {L"C:\\", L"C:", L"C:"},
+        {L"\\a", L"", L""},
     };
-    for (Case const & each : cases)
+    for (auto const & [path, directory, parent] : cases)
     {
-        SCOPED_TRACE(testing::PrintToString(each.path));
-        EXPECT_EQ(each.directory, GMFileName::GetDirectory(each.path));
-        EXPECT_EQ(each.parent, GMFileName::GetParentDirectory(each.path));
+        EXPECT_EQ(directory, GMFileName::GetDirectory(path));
+        EXPECT_EQ(parent, GMFileName::GetParentDirectory(path));
     }
 }
 
 TEST(GMFileName, SplitsAtTheLastDelimiter)
 {
-    struct Case
-    {
-        wchar_t const * name;
-        wchar_t const * pure;
-        wchar_t const * delimiter;
-        wchar_t const * tail;
+    wchar_t const * const cases[][4] = {
+        {L"a/b.txt", L"a/b.txt", L"", L""},
+        {L"C:\\x\\a.txt", L"C:\\x", L"\\", L"a.txt"},
+        {L"C:\\x\\", L"C:\\x", L"\\", L""},
     };
-    Case const cases[] = {
-        {L"a.txt", L"a.txt", L"", L""},
-        {LR"(C:\x\a.txt)", LR"(C:\x)", L"\\", L"a.txt"},
-        {LR"(C:\x\)", LR"(C:\x)", L"\\", L""},
-        {L"\\", L"", L"\\", L""},
-        {L"a/b", L"a/b", L"", L""},
-    };
-    for (Case const & each : cases)
+    for (auto const & [name, expectedPure, expectedDelimiter, expectedTail] : cases)
     {
-        GMString pure = each.name; // also the text that is split
+        GMString pure = name; // also the text that is split
         GMString delimiter = L"old";
         GMString tail = L"old";
         GMFileName::SplitNameToPureNameAndExtension(pure, pure, delimiter, tail);
-        EXPECT_EQ(each.pure, pure);
-        EXPECT_EQ(each.delimiter, delimiter);
-        EXPECT_EQ(each.tail, tail);
+        EXPECT_EQ(expectedPure, pure);
+        EXPECT_EQ(expectedDelimiter, delimiter);
+        EXPECT_EQ(expectedTail, tail);
     }
 }
 
 TEST(GMFileName, ChecksPaths)
 {
-    struct Case
-    {
-        wchar_t const * path;
-        wchar_t const * invalidUnits;
-        wchar_t const * invalidParts;
-    };
-    Case const cases[] = {
+    wchar_t const * const cases[][3] = {
+        // path, invalid units, invalid parts
         {L"", L"", L""},
-        {LR"(C:\a)", L"", L""},
+        {L"C:\\a", L"", L""},
         {L"C:", L"", L""},
         {L"a:b", L":", L""},
         {L"ab:c:", L": :", L""},
-        {L":a", L":", L""},
         {L"a*b?", L"* ?", L""},
         {L"\t<>|\"\x1F", L"\t < > | \" \x1F", L""},
-        {LR"(C:\con\x)", L"", L"CON"},
-        {LR"(C:\CON.txt)", L"", L""},
-        {L"nul ", L"", L"NUL"},
-        {L"aux/x\\ Prn\\nul", L"", L"AUX PRN NUL"},
-        {L"aux\\AUX", L"", L"AUX AUX"},
-        {L"COM1\\LPT1\\contra", L"", L""},
+        {L"C:\\con\\x", L"", L"CON"},
+        {L"C:\\CON.txt\\contra", L"", L""},
+        {L"aux/x\\ Prn\\nul ", L"", L"AUX PRN NUL"},
+        {L"aux\\AUX\\COM1", L"", L"AUX AUX"},
     };
-    for (Case const & each : cases)
+    for (auto const & [path, units, parts] : cases)
     {
-        SCOPED_TRACE(testing::PrintToString(each.path));
-        GMString const noUnits;
+        SCOPED_TRACE(testing::PrintToString(path));
         GMString invalid = L"old";
-        EXPECT_EQ(each.invalidUnits == noUnits, GMFileName::CheckFilePath(each.path, invalid));
-        EXPECT_EQ(each.invalidUnits, invalid);
+        EXPECT_EQ(*units == 0, GMFileName::CheckFilePath(path, invalid));
+        EXPECT_EQ(units, invalid);
         invalid = L"old";
-        EXPECT_EQ(each.invalidParts == noUnits, GMFileName::CheckFilePathParts(each.path, invalid));
-        EXPECT_EQ(each.invalidParts, invalid);
-        EXPECT_EQ(each.invalidUnits == noUnits && each.invalidParts == noUnits,
-                  GMFileName::CheckFilePathError(each.path));
+        EXPECT_EQ(*parts == 0, GMFileName::CheckFilePathParts(path, invalid));
+        EXPECT_EQ(parts, invalid);
+        EXPECT_EQ(*units == 0 && *parts == 0, GMFileName::CheckFilePathError(path));
     }
 }
 
 TEST(GMFileName, RepairsNames)
 {
-    struct Case
-    {
-        wchar_t const * text;
-        wchar_t const * replacement;
-        wchar_t const * path;
-        wchar_t const * fileName;
-    };
-    Case const cases[] = {
+    wchar_t const * const cases[][4] = {
         {L"a/b:c", L"", L"a/bc", L"abc"},
-        {L"a/b:c", L"_", L"a/b_c", L"a_b_c"},
-        {LR"(C:\a)", L"_", LR"(C_\a)", L"C__a"},
+        {L"C:\\a", L"_", L"C_\\a", L"C__a"},
         {L"*\x1F?", L"<>", L"<><><>", L"<><><>"},
-        {L"fine name", L"_", L"fine name", L"fine name"},
     };
-    for (Case const & each : cases)
+    for (auto const & [text, replacement, expectedPath, expectedName] : cases)
     {
-        GMString path = each.text;
-        GMFileName::RepairInvalidPath(path, each.replacement);
-        EXPECT_EQ(each.path, path);
-        GMString fileName = each.text;
-        GMFileName::RepairInvalidFileName(fileName, each.replacement);
-        EXPECT_EQ(each.fileName, fileName);
+        GMString path = text;
+        GMFileName::RepairInvalidPath(path, replacement);
+        EXPECT_EQ(expectedPath, path);
+        GMString name = text;
+        GMFileName::RepairInvalidFileName(name, replacement);
+        EXPECT_EQ(expectedName, name);
     }
 }
 
