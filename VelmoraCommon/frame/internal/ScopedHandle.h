@@ -83,6 +83,15 @@ struct FileTraits
 };
 using ScopedFile = ScopedHandle<FileTraits>;
 
+/// Events, processes, threads, tokens and the like, whose empty value is null.
+struct KernelObjectTraits
+{
+    using Handle = HANDLE;
+    static Handle None() noexcept { return nullptr; }
+    static void Close(Handle object) noexcept { CloseHandle(object); }
+};
+using ScopedKernelObject = ScopedHandle<KernelObjectTraits>;
+
 struct FindTraits
 {
     using Handle = HANDLE;
