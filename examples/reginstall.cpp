@@ -81,6 +81,15 @@ struct View
 };
 constexpr View views[] = {{GMRegInstallDefaultView, 0}, {GMRegInstall64BitView, KEY_WOW64_64KEY}};
 
+/// Orders names as the registry tells them apart: by their units, and without their case.
+struct ByName
+{
+    bool operator()(GMString const & left, GMString const & right) const
+    {
+        return CompareStringOrdinal(left.c_str(), -1, right.c_str(), -1, TRUE) == CSTR_LESS_THAN;
+    }
+};
+
 /// Opens \p key for reading; false if it is missing.
 bool Open(GMRegFile & store, GMRegKey const & key, View const & view)
 {
@@ -217,13 +226,10 @@ void CheckStored(GMRegKey const & key, View const & view, wchar_t const * compla
     if (!found)
         return;
 
-    std::map<GMString, GMRegValue const *> last; // of values with the same name the last one counts
+    // Of values with the same name the last one counts.
+    std::map<GMString, GMRegValue const *, ByName> last;
     for (GMRegValue const & value : key.GetValues())
-    {
-        GMString name = value.GetName();
-        GMStringUtils::MakeUpper(name);
-        last[name] = &value;
-    }
+        last[value.GetName()] = &value;
     for (auto const & [name, value] : last)
     {
         if (!IsStored(store, *value))
@@ -261,22 +267,43 @@ private:
     {
         GMRegKey record(key.GetRoot(), key.GetSubPath());
         if (key.GetRemoveFlag())
-            GMRegInstall::UpdateFromSystem(record, false, view.type);
-        else
         {
-            for (GMRegValue const & value : key.GetValues())
-            {
-                GMRegValue old(REG_SZ, value.GetName());
-                if (!store.GetValue(value.GetName(), &old) &&
-                    store.LastError() == ERROR_FILE_NOT_FOUND)
-                {
-                    old = GMRegValue(value.GetName(), true);
-                }
-                record.GetValues().push_back(std::move(old));
-            }
+            record.SetSubPath(StoredPath(store, key));
+            GMRegInstall::UpdateFromSystem(record, false, view.type);
         }
+        else
+            AddStoredValues(store, key, record);
         CheckExact(record);
         records.push_front(std::move(record));
+    }
+
+    /// The path as the registry spells it, so that the key comes back under its own name.
+    static GMString StoredPath(GMRegFile const & store, GMRegKey const & key)
+    {
+        GMString const path = key.GetSubPath();
+        GMString const whole = GMRegFile::GetKeyPathFromHKEY(store.GetKey());
+        GMString const stored = GMStringUtils::Right(whole, static_cast<int>(path.size()));
+        bool const same = !ByName()(stored, path) && !ByName()(path, stored);
+        return same ? stored : path; // they differ below a key that is another name of its target
+    }
+
+    /// What the registry holds for the names of \p key, and under its own spelling of them.
+    static void AddStoredValues(GMRegFile & store, GMRegKey const & key, GMRegKey & record)
+    {
+        std::vector<GMString> names;
+        if (!store.EnumValueNames(names))
+            Fail(key, SystemMessage(store.LastError()));
+        std::set<GMString, ByName> const stored(names.begin(), names.end());
+        for (GMRegValue const & value : key.GetValues())
+        {
+            auto const name = stored.find(value.GetName());
+            GMRegValue old(REG_SZ, name != stored.end() ? *name : value.GetName());
+            if (name != stored.end())
+                store.GetValue(*name, &old); // CheckExact finds what can't be read
+            else
+                old.SetRemoveFlag(true);
+            record.GetValues().push_back(std::move(old));
+        }
     }
 
     /// The install makes the keys above a new key as well, so they have to go, too, after it.
@@ -307,7 +334,7 @@ private:
             Fail(record, L"holds a value of a type that can't be recorded");
     }
 
-    std::set<GMString> m_missing;
+    std::set<GMString, ByName> m_missing;
 };
 using Histories = std::vector<History>;
 
