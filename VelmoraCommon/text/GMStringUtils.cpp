@@ -225,7 +225,10 @@ unsigned int GMStringUtils::StringLen(wchar_t const * s)
 
 wchar_t * GMStringUtils::StringCopy(wchar_t * dst, wchar_t const * src)
 {
-    return dst == nullptr || src == nullptr ? nullptr : std::wcscpy(dst, src);
+    if (dst == nullptr || src == nullptr)
+        return nullptr;
+    std::copy_n(src, std::wcslen(src) + 1, dst);
+    return dst;
 }
 
 wchar_t const * GMStringUtils::StringChr(wchar_t const * s, wchar_t c)

@@ -600,16 +600,4 @@ TEST(GMStringUtils, FormatsIntoBuffers)
     }
 }
 
-TEST(GMStringUtils, DrawsRandomTexts)
-{
-    srand(1);
-    GMString expected;
-    for (int i = 0; i < 50; ++i)
-        expected += L"abc"[rand() % 3];
-    srand(1);
-    EXPECT_EQ(expected, Utils::RandomString(50, L"abc"));
-    EXPECT_EQ(L"", Utils::RandomString(0, L"abc"));
-    EXPECT_EQ(L"", Utils::RandomString(5, L""));
-}
-
 } // namespace Velmora::Testing

@@ -36,7 +36,7 @@ std::size_t LengthToNul(Unit const * text, std::size_t length) noexcept
     {
         Unit hasNul = 0;
         for (std::size_t k = 0; k < block; ++k)
-            hasNul = static_cast<Unit>(hasNul | (text[i + k] == Unit()));
+            hasNul = static_cast<Unit>(hasNul | (text[i + k] == Unit() ? 1 : 0));
         if (hasNul != 0)
             break;
     }
