@@ -1,6 +1,8 @@
 #include "VelmoraCommon/registry/GMRegFile.h"
 
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include <aclapi.h>
@@ -22,7 +24,7 @@ namespace
 
 using ::testing::ElementsAre;
 
-std::wstring const keep = L"as it was";
+constexpr wchar_t const * keep = L"as it was";
 
 /// A scratch key that a GMRegFile has open, and ways around the library to its content.
 class GMRegFileTest : public ::testing::Test
@@ -136,32 +138,23 @@ LSTATUS WINAPI KeepB(HKEY root, LPCWSTR subKey, REGSAM view, DWORD reserved)
 
 TEST_F(GMRegFileTest, TakesPathsApart)
 {
-    struct Case
+    for (auto const & [path, expectedRoot, expectedPath] : {
+             std::tuple(L"HKEY_CURRENT_CONFIG\\A\\B", HKEY_CURRENT_CONFIG, L"A\\B"),
+             std::tuple(L"HKCR\\.txt", HKEY_CLASSES_ROOT, L".txt"),
+             std::tuple(L"HKEY_USERS", HKEY_USERS, keep), // nothing below
+             std::tuple(L"HKLM\\", HKEY_LOCAL_MACHINE, keep),
+             // No root, so a path below the local machine: case counts, and the whole name.
+             std::tuple(L"hkcu\\A", HKEY_LOCAL_MACHINE, L"hkcu\\A"),
+             std::tuple(L"HKEY_USERS_X\\A", HKEY_LOCAL_MACHINE, L"HKEY_USERS_X\\A"),
+             std::tuple(L"HKEY_DYN_DATA\\A", HKEY_LOCAL_MACHINE, L"HKEY_DYN_DATA\\A"),
+             std::tuple(L"\\A", HKEY_LOCAL_MACHINE, L"\\A"),
+         })
     {
-        char const * what;
-        wchar_t const * path;
-        HKEY root;
-        std::wstring subPath;
-    };
-    Case const cases[] = {
-        {"long name", L"HKEY_CURRENT_CONFIG\\A\\B", HKEY_CURRENT_CONFIG, L"A\\B"},
-        {"short name", L"HKCR\\.txt", HKEY_CLASSES_ROOT, L".txt"},
-        {"root alone", L"HKEY_USERS", HKEY_USERS, keep},
-        {"nothing behind the backslash", L"HKLM\\", HKEY_LOCAL_MACHINE, keep},
-        {"case counts", L"hkcu\\A", HKEY_LOCAL_MACHINE, L"hkcu\\A"},
-        {"no root", L"Software\\X", HKEY_LOCAL_MACHINE, L"Software\\X"},
-        {"start of a name", L"HKEY_USERS_X\\A", HKEY_LOCAL_MACHINE, L"HKEY_USERS_X\\A"},
-        {"only a handle", L"HKEY_DYN_DATA\\A", HKEY_LOCAL_MACHINE, L"HKEY_DYN_DATA\\A"},
-        {"leading backslash", L"\\A", HKEY_LOCAL_MACHINE, L"\\A"},
-    };
-    for (Case const & each : cases)
-    {
-        SCOPED_TRACE(each.what);
         std::wstring subPath = keep;
         HKEY root = nullptr;
-        GMRegFile::SplitKeyPath(each.path, subPath, root);
-        EXPECT_EQ(each.root, root);
-        EXPECT_EQ(each.subPath, subPath);
+        GMRegFile::SplitKeyPath(path, subPath, root);
+        EXPECT_EQ(expectedRoot, root) << Hex(std::wstring(path));
+        EXPECT_EQ(expectedPath, subPath);
     }
 }
 
@@ -206,58 +199,38 @@ TEST_F(GMRegFileTest, MakesMissingKeysWithAllAccess)
 
     ImportHook const open("RegOpenKeyExW", &AnswerOpen);
     ImportHook const create("RegCreateKeyExW", &AnswerCreate);
-    struct Case
+    using Accesses = std::vector<REGSAM>;
+    for (auto const & [answer, view, passedOn, lastError] : {
+             std::tuple(2, 0x100u, Accesses{KEY_READ | 0x100, 0xF013F}, ERROR_DISK_FULL),
+             std::tuple(2, 0x200u, Accesses{KEY_READ | 0x200, 0xF003F}, ERROR_DISK_FULL),
+             std::tuple(5, 0u, Accesses{KEY_READ}, ERROR_ACCESS_DENIED), // not a missing key
+         })
     {
-        char const * what;
-        LSTATUS openAnswer;
-        REGSAM access;
-        std::vector<REGSAM> passedOn;
-        DWORD lastError;
-    };
-    Case const cases[] = {
-        {"64-bit view goes on", 2, KEY_READ | 0x100, {KEY_READ | 0x100, 0xF013F}, ERROR_DISK_FULL},
-        {"32-bit view doesn't", 2, KEY_READ | 0x200, {KEY_READ | 0x200, 0xF003F}, ERROR_DISK_FULL},
-        {"only a missing key is made", 5, KEY_WRITE, {KEY_WRITE}, ERROR_ACCESS_DENIED},
-    };
-    for (Case const & each : cases)
-    {
-        SCOPED_TRACE(each.what);
         g_accesses.clear();
-        g_answer = each.openAnswer;
-        EXPECT_FALSE(m_file.OpenKey(Full(), each.access, true));
-        EXPECT_EQ(each.passedOn, g_accesses);
-        EXPECT_EQ(each.lastError, m_file.LastError());
+        g_answer = answer;
+        EXPECT_FALSE(m_file.OpenKey(Full(), KEY_READ | view, true));
+        EXPECT_EQ(passedOn, g_accesses);
+        EXPECT_EQ(DWORD(lastError), m_file.LastError());
     }
 }
 
 TEST_F(GMRegFileTest, ReadsNumbersOfAnyTypeThatFit)
 {
-    struct Case
+    std::string const bytes("\1\2\3\4\5\6\7\x88\x09", 9);
+    for (auto const & [size, fits4, expected4, fits8, expected8] :
+         {std::tuple(2u, true, 0x0201ul, true, 0x0201ull),
+          std::tuple(4u, true, 0x04030201ul, true, 0x04030201ull),
+          std::tuple(8u, false, 0ul, true, 0x8807060504030201ull),
+          std::tuple(9u, false, 0ul, false, 0ull)})
     {
-        char const * what;
-        std::string bytes;
-        bool fits4;
-        unsigned long number4;
-        bool fits8;
-        unsigned __int64 number8;
-    };
-    Case const cases[] = {
-        {"four bytes", {"\1\2\3\x80", 4}, true, 0x80030201, true, 0x80030201},
-        {"two bytes", {"\1\2", 2}, true, 0x0201, true, 0x0201},
-        {"eight bytes", {"\1\2\3\4\5\6\7\x88", 8}, false, 0, true, 0x8807060504030201},
-        {"nine bytes", {"123456789", 9}, false, 0, false, 0},
-    };
-    for (Case const & each : cases)
-    {
-        SCOPED_TRACE(each.what);
-        Store(L"n", each.bytes);
+        Store(L"n", bytes.substr(0, size));
         unsigned long number4 = 77;
         unsigned __int64 number8 = 77;
-        EXPECT_EQ(each.fits4, m_file.GetValue(L"n", number4));
-        EXPECT_EQ(each.number4, number4);
-        EXPECT_EQ(each.fits8, m_file.GetValue(L"n", number8));
-        EXPECT_EQ(each.number8, number8);
-        EXPECT_EQ(each.fits4 ? each.number4 : 9ul, m_file.GetUInt32Value(L"n", 9));
+        EXPECT_EQ(fits4, m_file.GetValue(L"n", number4));
+        EXPECT_EQ(expected4, number4);
+        EXPECT_EQ(fits8, m_file.GetValue(L"n", number8));
+        EXPECT_EQ(expected8, number8);
+        EXPECT_EQ(fits4 ? expected4 : 9ul, m_file.GetUInt32Value(L"n", 9));
     }
     EXPECT_EQ(DWORD(ERROR_MORE_DATA), m_file.LastError());
     EXPECT_EQ(9ul, m_file.GetUInt32Value(L"missing", 9));
@@ -266,66 +239,48 @@ TEST_F(GMRegFileTest, ReadsNumbersOfAnyTypeThatFit)
 
 TEST_F(GMRegFileTest, ReadsTextUpToItsNul)
 {
-    struct Case
+    std::string const units("a\0b\0\0\0c", 7);
+    std::wstring const ab = L"ab";
+    std::wstring const full(512, 0x6161);
+    for (auto const & [bytes, fits, expected] : {
+             std::tuple(units.substr(0, 6), true, ab),
+             std::tuple(units.substr(0, 4), true, ab), // without its NUL
+             std::tuple(units, true, ab),
+             std::tuple(units.substr(0, 3), true, ab), // half a unit
+             std::tuple(std::string(), true, std::wstring()),
+             std::tuple(std::string(1024, 'a'), true, full),
+             std::tuple(std::string(1025, 'a'), false, std::wstring()),
+         })
     {
-        char const * what;
-        std::string bytes;
-        bool fits;
-        std::wstring text;
-    };
-    Case const cases[] = {
-        {"terminated", {"a\0b\0\0\0", 6}, true, L"ab"},
-        {"not terminated", {"a\0b\0", 4}, true, L"ab"},
-        {"two texts", {"a\0\0\0b\0", 6}, true, L"a"},
-        {"half a unit", {"a\0b", 3}, true, L"ab"},
-        {"empty", "", true, L""},
-        {"full, without NUL", std::string(1024, 'a'), true, std::wstring(512, 0x6161)},
-        {"too long", std::string(1025, 'a'), false, L""},
-    };
-    for (Case const & each : cases)
-    {
-        SCOPED_TRACE(each.what);
-        Store(L"t", each.bytes);
+        SCOPED_TRACE(bytes.size());
+        Store(L"t", bytes);
         std::wstring text = keep;
-        EXPECT_EQ(each.fits, m_file.GetValue(L"t", text));
-        EXPECT_EQ(each.text, text);
-        EXPECT_EQ(each.fits ? each.text : L"default", m_file.GetStringValue(L"t", L"default"));
+        EXPECT_EQ(fits, m_file.GetValue(L"t", text));
+        EXPECT_EQ(expected, text);
+        EXPECT_EQ(fits ? expected : L"default", m_file.GetStringValue(L"t", L"default"));
     }
     EXPECT_EQ(DWORD(ERROR_MORE_DATA), m_file.LastError());
 }
 
 TEST_F(GMRegFileTest, ReadsWholeValuesOfAnyTypeAndSize)
 {
-    struct Case
+    for (auto const & [type, size, known] : {
+             std::tuple(REG_DWORD, 0u, true), std::tuple(REG_BINARY, 1024u, true),
+             std::tuple(REG_BINARY, 1025u, true), std::tuple(REG_NONE, 100000u, true),
+             std::tuple(REG_RESOURCE_LIST, 5u, false), // no form of its own, but its bytes are kept
+         })
     {
-        char const * what;
-        DWORD type;
-        std::size_t size;
-        bool known;
-    };
-    Case const cases[] = {
-        {"nothing", REG_DWORD, 0, true},          {"usual", REG_BINARY, 1024, true},
-        {"larger", REG_BINARY, 1025, true},       {"large", REG_NONE, 100000, true},
-        {"bad number", REG_DWORD, 3, false},      {"list", REG_RESOURCE_LIST, 5, false},
-        {"long text", REG_EXPAND_SZ, 4000, true},
-    };
-    for (Case const & each : cases)
-    {
-        SCOPED_TRACE(each.what);
-        Store(L"v", std::string(each.size, 'q'), each.type);
+        Store(L"v", std::string(size, 'q'), static_cast<DWORD>(type));
         GMRegValue value;
-        EXPECT_EQ(each.known, m_file.GetValue(L"v", &value));
-        EXPECT_EQ(each.type, value.GetType());
+        EXPECT_EQ(known, m_file.GetValue(L"v", &value));
+        EXPECT_EQ(static_cast<DWORD>(type), value.GetType());
         EXPECT_EQ(L"v", value.GetName());
-        if (each.type == REG_EXPAND_SZ)
-        {
-            EXPECT_EQ(std::wstring(each.size / 2 - 1, 0x7171), value.GetString());
-        }
-        else if (each.type != REG_DWORD)
-        {
-            EXPECT_EQ(each.size, value.GetBinary().m_length);
-        }
+        EXPECT_EQ(size, value.GetBinary().m_length);
     }
+    Store(L"v", std::string(4000, 'q'), REG_SZ);
+    GMRegValue text;
+    EXPECT_TRUE(m_file.GetValue(L"v", &text));
+    EXPECT_EQ(std::wstring(1999, 0x7171), text.GetString());
 
     ImportHook const hook("RegQueryValueExW", &GrowingQuery, g_query);
     Store(L"v", std::string(2000, 'q'));
@@ -399,28 +354,18 @@ TEST_F(GMRegFileTest, ListsAsFarAsItCan)
 {
     for (wchar_t const * name : {L"a", L"b", L"c"})
         Store(name, "1");
-    struct Case
+    using Names = std::vector<GMString>;
+    for (auto const & [index, listed, expected] :
+         {std::tuple(1u, true, Names{L"a", L"c"}), std::tuple(2u, false, Names{L"a", L"b"})})
     {
-        char const * what;
-        DWORD index;
-        bool listed;
-        std::vector<GMString> names;
-    };
-    Case const cases[] = {
-        {"one in the middle fails", 1, true, {L"a", L"c"}},
-        {"the last one fails", 2, false, {L"a", L"b"}},
-    };
-    for (Case const & each : cases)
-    {
-        SCOPED_TRACE(each.what);
         g_answer = ERROR_BADKEY;
-        g_failingIndex = each.index;
+        g_failingIndex = index;
         ImportHook const hook("RegEnumValueW", &FailingEnumValue, g_enumValue);
-        std::vector<GMString> names = {keep};
+        Names names = {keep};
         m_file.Check(ERROR_DISK_FULL);
-        EXPECT_EQ(each.listed, m_file.EnumValueNames(names));
-        EXPECT_EQ(each.names, names);
-        EXPECT_EQ(DWORD(each.listed ? ERROR_DISK_FULL : ERROR_BADKEY), m_file.LastError());
+        EXPECT_EQ(listed, m_file.EnumValueNames(names)) << "the last one decides";
+        EXPECT_EQ(expected, names);
+        EXPECT_EQ(DWORD(listed ? ERROR_DISK_FULL : ERROR_BADKEY), m_file.LastError());
     }
 
     ImportHook const hook("RegQueryInfoKeyW", &AnswerInfo);
@@ -500,21 +445,14 @@ TEST_F(GMRegFileTest, GrantsTheUserFullControl)
     EXPECT_TRUE(m_file.OpenKey(Full(), KEY_ALL_ACCESS, false)) << m_file.LastError();
     EXPECT_EQ(-1, GMRegFile::ModifyRegAccess(Full(L"\\missing")));
 
-    struct Case
-    {
-        wchar_t const * path;
-        wchar_t const * name;
-    };
-    Case const cases[] = {
-        {L"HKEY_LOCAL_MACHINE\\A", L"MACHINE\\A"},     {L"HKEY_USERS\\A", L"USERS\\A"},
-        {L"HKEY_CURRENT_USER\\A", L"CURRENT_USER\\A"}, {L"HKLM\\A", L"HKLM\\A"},
-        {L"HKEY_CLASSES_ROOT\\A", L"CLASSES_ROOT\\A"}, {L"", L""},
-    };
     ImportHook const hook("GetNamedSecurityInfoW", &NoteObject);
-    for (Case const & each : cases)
+    for (auto const & [path, name] :
+         {std::pair(L"HKEY_LOCAL_MACHINE\\A", L"MACHINE\\A"),
+          std::pair(L"HKEY_CURRENT_USER\\A", L"CURRENT_USER\\A"),
+          std::pair(L"HKEY_USERS", L"USERS"), std::pair(L"HKLM\\A", L"HKLM\\A")})
     {
-        EXPECT_EQ(-1, GMRegFile::ModifyRegAccess(each.path));
-        EXPECT_EQ(each.name, g_objectName);
+        EXPECT_EQ(-1, GMRegFile::ModifyRegAccess(path));
+        EXPECT_EQ(name, g_objectName);
     }
 }
 

@@ -1,6 +1,7 @@
 #include "VelmoraCommon/registry/GMRegUtils.h"
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -95,29 +96,23 @@ TEST(GMRegUtils, ExpandsWildcards)
     std::wstring const full = L"HKCU\\" + scratch.Path() + L"\\";
     MakeKeys(scratch.Path(), {L"A\\B1\\x1", L"A\\B1\\x2", L"A\\B2\\y", L"A\\C", L"W\\*?", L"W\\?*",
                               L"S\\a\\x", L"S\\ab\\x"});
-    struct Case
+    using Paths = std::vector<std::wstring>;
+    for (auto const & [pattern, expected] : {
+             std::pair(L"no\\where", Paths{L"no\\where"}),
+             std::pair(L"A\\*", Paths{L"A\\B1", L"A\\B2", L"A\\C"}),
+             std::pair(L"A\\B*\\no", Paths{L"A\\B1\\no", L"A\\B2\\no"}), // the rest is text
+             std::pair(L"A\\B?\\x*", Paths{L"A\\B1\\x1", L"A\\B1\\x2"}),
+             std::pair(L"no\\*", Paths()),
+             // "a" stands in the pattern "a*" itself, so what follows it isn't looked up.
+             std::pair(L"S\\a*\\x*", Paths{L"S\\a\\x*", L"S\\ab\\x"}),
+             // Each of these names is a pattern that fits the other one.
+             std::pair(L"W\\*\\x", Paths{L"W\\*?\\x", L"W\\?*\\x"}),
+         })
     {
-        char const * what;
-        std::wstring pattern;
-        std::vector<std::wstring> found;
-    };
-    Case const cases[] = {
-        {"no wildcard, no look-up", L"no\\where", {L"no\\where"}},
-        {"the last component", L"A\\*", {L"A\\B1", L"A\\B2", L"A\\C"}},
-        {"the rest is text", L"A\\B*\\no", {L"A\\B1\\no", L"A\\B2\\no"}},
-        {"two wildcards", L"A\\B?\\x*", {L"A\\B1\\x1", L"A\\B1\\x2"}},
-        {"no parent", L"no\\*", {}},
-        // In the pattern of the second, "ab*" holds the name: its rest isn't looked up.
-        {"names in the pattern", L"S\\a*\\x*", {L"S\\a\\x*", L"S\\ab\\x"}},
-        {"names that are patterns", L"W\\*\\x", {L"W\\*?\\x", L"W\\?*\\x"}},
-    };
-    for (Case const & each : cases)
-    {
-        SCOPED_TRACE(each.what);
-        std::vector<std::wstring> expected;
-        for (std::wstring const & path : each.found)
-            expected.push_back(full + path);
-        EXPECT_EQ(expected, GMRegUtils::GetMatchKeys(full + each.pattern));
+        Paths found;
+        for (std::wstring const & path : GMRegUtils::GetMatchKeys(full + pattern))
+            found.push_back(path.substr(full.size()));
+        EXPECT_EQ(expected, found);
     }
     EXPECT_TRUE(GMRegUtils::GetMatchKeys(L"HK*").empty());
 }
