@@ -56,6 +56,12 @@ bool ChildProcess::HasEnded(DWORD milliseconds) const
     return WaitForSingleObject(m_process.Get(), milliseconds) == WAIT_OBJECT_0;
 }
 
+bool ChildProcess::Signals(HANDLE object) const
+{
+    HANDLE const objects[] = {object, m_process.Get()};
+    return WaitForMultipleObjects(2, objects, FALSE, patience) == WAIT_OBJECT_0;
+}
+
 void ChildProcess::Kill()
 {
     TerminateProcess(m_process.Get(), ERROR_PROCESS_ABORTED);

@@ -25,6 +25,9 @@ public:
     /// Waits at most \p milliseconds; true if it has ended.
     bool HasEnded(DWORD milliseconds) const;
 
+    /// Waits until \p object is signalled; false if the program ends, or hangs, before that.
+    bool Signals(HANDLE object) const;
+
     /// Ends it in the middle of whatever it does, and waits until it is gone.
     void Kill();
 

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include "VelmoraCommon/frame/internal/ScopedHandle.h"
+#include "tests/support/ChildTask.h"
 #include "tests/support/GuardHeap.h"
 #include "tests/support/HandleCount.h"
 #include "tests/support/RegistrySandbox.h"
@@ -45,6 +46,7 @@ class HandleCheck : public ::testing::Environment
             RegOpenKeyExW(root, L"Software", 0, KEY_READ, opened.Receive());
         }
         OutputDebugStringW(L"");
+        SUCCEED(); // the test library makes a lock at the first result that it notes
         try
         {
             throw std::exception(); // the C++ run time makes its locks at the first one
@@ -66,6 +68,8 @@ int main(int argc, char ** argv)
     // A crash ends the program at once, without a dialog.
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
     Velmora::Testing::InstallGuardHeap();
+    if (auto const code = Velmora::Testing::RunChildTask())
+        return *code;
     ::testing::InitGoogleMock(&argc, argv);
     ::testing::AddGlobalTestEnvironment(new Velmora::Testing::HandleCheck);
     return RUN_ALL_TESTS();
