@@ -15,6 +15,8 @@ GMRWLock::~GMRWLock()
 {
     LastErrorKeeper const keeper;
     WaitForSingleObject(m_noReaders, INFINITE);
+    EnterCriticalSection(&m_countSection); // the last reader signals before it has left for good
+    LeaveCriticalSection(&m_countSection);
     CloseHandle(m_noReaders);
     DeleteCriticalSection(&m_countSection);
     DeleteCriticalSection(&m_writeSection);

@@ -87,14 +87,17 @@ bool GMTaskList::CloseTaskThread(unsigned int timeoutMs)
 
 void GMTaskList::ThreadFunc(void * self)
 {
+    auto & list = *static_cast<GMTaskList *>(self);
     unsigned long code = 1;
     try
     {
-        code = static_cast<GMTaskList *>(self)->Work();
+        code = list.Work();
     }
     catch (...)
     {
-        // Work that fails takes its worker along and leaves the list as it is.
+        // The worker is gone without a word, unless a close may have gone on without waiting for it.
+        if (list.m_exitEvent.TimeLock(0) == WAIT_OBJECT_0)
+            list.m_running = false;
     }
     // Not back to the thread's entry: after a close that didn't wait, its GMThread is gone.
     ExitThread(code);
