@@ -256,9 +256,10 @@ TEST(GMTaskList, OpensAnewAfterAnExitThatDidntWait)
     EXPECT_FALSE(none.OpenTaskThread());
     List list(3u);
     EXPECT_TRUE(list.CloseTaskThread(INFINITE));
-    list.AddOneWork();
+    EXPECT_TRUE(list.OpenTaskThread());
     EXPECT_TRUE(list.OpenTaskThread());
     EXPECT_EQ(before + 3, ThreadHandles());
+    list.AddOneWork();
     EXPECT_TRUE(list.m_first.runs.Comes());
     list.ExitTaskThread();
     list.m_first.mayEnd.Give();
