@@ -17,6 +17,7 @@
 #include "tests/support/LongRun.h"
 #include "tests/support/Mutator.h"
 #include "tests/threads/Signal.h"
+#include "tests/threads/WaitWatch.h"
 
 namespace Velmora::Testing
 {
@@ -122,9 +123,16 @@ private:
 
 TEST_F(GMFuncTaskListTest, KeepsTheQueueOverAClose)
 {
+    WaitWatch watch;
     Block();
     Add(10);
-    Background closer([&] { EXPECT_TRUE(m_list->CloseTaskThread(INFINITE)); });
+    Background closer(
+        [&]
+        {
+            watch.Begin();
+            EXPECT_TRUE(m_list->CloseTaskThread(INFINITE));
+        });
+    EXPECT_TRUE(watch.Comes());
     EXPECT_TRUE(closer.IsStuck()); // the call under way isn't interrupted
     m_blocker.mayEnd.Give();
     EXPECT_TRUE(closer.Ends());
@@ -189,9 +197,16 @@ TEST_F(GMFuncTaskListTest, KeepsCallsUntilTheSystemGivesAThread)
 
 TEST_F(GMFuncTaskListTest, IsDestroyedAfterTheCallUnderWayAndDropsTheRest)
 {
+    WaitWatch watch;
     Block();
     Add(5);
-    Background owner([&] { m_list.reset(); });
+    Background owner(
+        [&]
+        {
+            watch.Begin();
+            m_list.reset();
+        });
+    EXPECT_TRUE(watch.Comes());
     EXPECT_TRUE(owner.IsStuck());
     m_blocker.mayEnd.Give();
     EXPECT_TRUE(owner.Ends());

@@ -8,27 +8,15 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/ImportHook.h"
 #include "tests/support/LongRun.h"
 #include "tests/threads/Signal.h"
+#include "tests/threads/WaitWatch.h"
 
 namespace Velmora::Testing
 {
 
 namespace
 {
-
-// Tells when the watched thread is about to wait for the readers, and thus holds the gate.
-decltype(&WaitForSingleObject) g_wait;
-std::atomic<DWORD> g_watched;
-std::atomic<Signal *> g_waits;
-
-DWORD WINAPI WatchWait(HANDLE object, DWORD milliseconds)
-{
-    if (GetCurrentThreadId() == g_watched)
-        g_waits.load()->Give();
-    return g_wait(object, milliseconds);
-}
 
 /// A thread that takes a lock, stays until the test lets it go, and gives the lock back.
 class Holder
@@ -59,17 +47,14 @@ private:
 TEST(GMRWLock, LetsReadersInTogetherAndWritersFirst)
 {
     GMRWLock lock;
-    Signal waits;
-    g_waits = &waits;
-    ImportHook const hook("WaitForSingleObject", &WatchWait, g_wait);
+    WaitWatch watch;
     auto const read = [&] { lock.ReadLock(); };
     auto const endRead = [&] { lock.ReadUnLock(); };
     auto const write = [&]
     {
-        g_watched = GetCurrentThreadId();
-        lock.WriteLock();
-        g_watched = 0;
-        lock.ReadLock(); // it comes in again, both ways
+        watch.Begin();
+        lock.WriteLock(); // has the gate when it waits
+        lock.ReadLock();  // it comes in again, both ways
         lock.ReadUnLock();
         lock.WriteLock();
         lock.WriteUnLock();
@@ -80,7 +65,7 @@ TEST(GMRWLock, LetsReadersInTogetherAndWritersFirst)
     Holder second(read, endRead);
     EXPECT_TRUE(first.IsIn() && second.IsIn());
     Holder writer(write, endWrite);
-    ASSERT_TRUE(waits.Comes());
+    ASSERT_TRUE(watch.Comes());
     Holder late(read, endRead);
     EXPECT_TRUE(late.IsOut()); // although there are only readers inside
     first.Leave();
