@@ -9,6 +9,7 @@ namespace Velmora::Benchmarks
 void MeasureBuffers(Report & report);
 void MeasureEncodings(Report & report);
 void MeasureRegInstall(Report & report);
+void MeasureRegText(Report & report);
 void MeasureStrings(Report & report);
 void MeasureRegRecords(Report & report);
 void MeasureTextFiles(Report & report);

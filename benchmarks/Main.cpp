@@ -12,6 +12,7 @@ int main(int argc, char ** argv)
     MeasureBuffers(report);
     MeasureEncodings(report);
     MeasureRegInstall(report);
+    MeasureRegText(report);
     MeasureStrings(report);
     MeasureRegRecords(report);
     MeasureTextFiles(report);
