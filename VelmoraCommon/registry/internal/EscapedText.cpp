@@ -1,20 +1,22 @@
 #include "VelmoraCommon/registry/internal/EscapedText.h"
 
 #include <algorithm>
-#include <cstddef>
 
 namespace Velmora
 {
 
 void AppendEscaped(GMString & text, std::wstring_view plain)
 {
-    std::size_t begin = 0;
-    for (std::size_t at; (at = plain.find_first_of(L"\\\"", begin)) != plain.npos; begin = at + 1)
+    auto const isSpecial = [](wchar_t unit) { return unit == L'\\' || unit == L'"'; };
+    for (auto from = plain.begin();; ++from)
     {
-        text.append(plain, begin, at - begin);
-        text.append(plain[at] == L'"' ? L"\\\\\"" : L"\\\\");
+        auto const at = std::find_if(from, plain.end(), isSpecial);
+        text.append(from, at);
+        if (at == plain.end())
+            return;
+        text.append(*at == L'"' ? L"\\\\\"" : L"\\\\");
+        from = at;
     }
-    text.append(plain, begin);
 }
 
 void Unescape(GMString & text)
