@@ -1,8 +1,8 @@
 #pragma once
 
+#include <stdexcept>
 #include <string>
 
-#include "VelmoraCommon/frame/GMBuffer.h"
 #include "VelmoraCommon/registry/GMRegKey.h"
 #include "tests/support/Hex.h"
 
@@ -20,25 +20,28 @@ inline GMBuffer<unsigned char> ToBuffer(std::string const & bytes)
 /// The bytes of UTF-16 text, with its mark in front.
 inline std::string Utf16Bytes(std::wstring const & text)
 {
-    return "\xFF\xFE" +
-           std::string(reinterpret_cast<char const *>(text.data()), text.size() * sizeof(wchar_t));
+    auto const bytes = reinterpret_cast<char const *>(text.data());
+    return "\xFF\xFE" + std::string(bytes, text.size() * sizeof(wchar_t));
 }
 
-/// What a value holds: `-`, or its type and what it would put into the registry, texts as they are.
+/// What a value means to the registry: `-`, or its type and data; texts as they are, with `|` for
+/// NUL. Fields that its type doesn't use don't count.
 inline std::wstring Describe(GMRegValue const & value)
 {
     if (value.GetRemoveFlag())
         return L"-";
     std::wstring const type = std::to_wstring(value.GetType()) + L":";
-    if (value.GetType() == REG_SZ || value.GetType() == REG_EXPAND_SZ)
-        return type + value.GetExpandString(false);
     GMBuffer<unsigned char> data;
     value.ValueSerial(data);
     std::string const hex = Hex(data.m_data, data.m_length);
-    return type + std::wstring(hex.begin(), hex.end());
+    std::wstring text = value.GetExpandString(false);
+    for (wchar_t & unit : text)
+        unit = unit == L'\0' ? L'|' : unit;
+    bool const isText = value.GetType() == REG_SZ || value.GetType() == REG_EXPAND_SZ;
+    return type + (isText ? text : std::wstring(hex.begin(), hex.end()));
 }
 
-/// Keys with their values, as text for comparison.
+/// Keys with their values, a line each.
 template <class Keys>
 std::wstring Describe(Keys const & keys)
 {
@@ -52,5 +55,34 @@ std::wstring Describe(Keys const & keys)
     }
     return text;
 }
+
+/// How \p run ends: "none", or the exception's message, with its kind in front if that isn't plain.
+template <class Run>
+std::string Failure(Run run)
+{
+    try
+    {
+        run();
+        return "none";
+    }
+    catch (std::runtime_error const & failure)
+    {
+        return std::string("runtime_error: ") + failure.what();
+    }
+    catch (std::invalid_argument const & failure)
+    {
+        return std::string("invalid_argument: ") + failure.what();
+    }
+    catch (std::out_of_range const &)
+    {
+        return "out_of_range";
+    }
+    catch (std::exception const & failure)
+    {
+        return failure.what();
+    }
+}
+
+constexpr char noDataFailure[] = "Value data not found for founded value name";
 
 } // namespace Velmora::Testing
