@@ -160,7 +160,7 @@ BOOL WINAPI FailingWriteFile(HANDLE file, void const * bytes, DWORD count, DWORD
 
 } // namespace
 
-TEST(GMRegFileWriter, ThrowsWhatFailsAndClosesItsFile)
+TEST(GMRegFileWriter, ThrowsWhatFails)
 {
     TemporaryFolder const folder;
     std::wstring const path = folder.File(L"a.reg");
@@ -180,6 +180,14 @@ TEST(GMRegFileWriter, ThrowsWhatFailsAndClosesItsFile)
         EXPECT_EQ(0u, Failure(write).find("runtime_error: ")) << writes;
         EXPECT_TRUE(DeleteFileW(path.c_str())) << "nobody holds the file";
     }
+
+    {
+        GMRegFileWriter writer(path, GMRegFileTypeRegedit4, L"\n");
+        g_writesUntilFailure = 0;
+        EXPECT_NE("none", Failure([&] { writer.WriteRegKey(GMRegKey(L"HKCU\\lost")); }));
+        writer.WriteRegKey(Tree());
+    }
+    EXPECT_EQ(std::string("REGEDIT4\n") + treeText, ReadBytes(path)) << "goes on after a failure";
     EXPECT_EQ(handles, HandleCount());
 }
 

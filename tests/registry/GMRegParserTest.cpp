@@ -16,6 +16,7 @@
 #include "tests/registry/RegText.h"
 #include "tests/support/AllocationMeter.h"
 #include "tests/support/GuardBuffer.h"
+#include "tests/support/ImportHook.h"
 #include "tests/support/LongRun.h"
 #include "tests/support/Mutator.h"
 #include "tests/support/RegistrySandbox.h"
@@ -151,6 +152,17 @@ TEST(GMRegParser, GoesOnFromACopy)
     EXPECT_EQ(L"[HKEY_CURRENT_USER\\A] a=-\n", Describe(copy.GetRegList()));
 }
 
+namespace
+{
+
+BOOL WINAPI UncalledReadFile(HANDLE, void *, DWORD, DWORD *, OVERLAPPED *)
+{
+    ADD_FAILURE() << "nothing may be read";
+    return FALSE;
+}
+
+} // namespace
+
 TEST(GMRegParser, ReadsWholeFiles)
 {
     TemporaryFolder const folder;
@@ -172,6 +184,7 @@ TEST(GMRegParser, ReadsWholeFiles)
     EXPECT_EQ(L"[HKEY_CURRENT_USER\\A]\n", Describe(parser.GetRegList()));
 
     // 32 bits would hold none of these sizes with the zeroes added; the file has no content on disk.
+    ImportHook const hook("ReadFile", &UncalledReadFile);
     for (unsigned long long const size : {0xFFFFFFFDull, 0xFFFFFFFFull, 0x100000001ull})
     {
         GMFile file;
