@@ -9,9 +9,9 @@ namespace Velmora::Benchmarks
 void MeasureBuffers(Report & report);
 void MeasureEncodings(Report & report);
 void MeasureRegInstall(Report & report);
+void MeasureRegRecords(Report & report);
 void MeasureRegText(Report & report);
 void MeasureStrings(Report & report);
-void MeasureRegRecords(Report & report);
 void MeasureTextFiles(Report & report);
 void MeasureTokens(Report & report);
 void MeasureTrees(Report & report);

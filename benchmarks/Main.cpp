@@ -12,9 +12,9 @@ int main(int argc, char ** argv)
     MeasureBuffers(report);
     MeasureEncodings(report);
     MeasureRegInstall(report);
+    MeasureRegRecords(report);
     MeasureRegText(report);
     MeasureStrings(report);
-    MeasureRegRecords(report);
     MeasureTextFiles(report);
     MeasureTokens(report);
     MeasureTrees(report);
