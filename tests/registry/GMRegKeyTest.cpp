@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <functional>
 #include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -89,14 +92,22 @@ DWORD WINAPI Run(void * work)
     return 0;
 }
 
-/// Runs \p work with the stack of a small program.
-void RunOnSmallStack(std::function<void()> work)
+/// Runs \p work with the stack of a small program. Wine ends a thread that runs over its stack
+/// without a word, so the end of the work is looked for.
+void RunOnSmallStack(std::function<void()> const & work)
 {
+    bool finished = false;
+    std::function<void()> noted = [&]
+    {
+        work();
+        finished = true;
+    };
     HANDLE const thread =
-        CreateThread(nullptr, 1 << 20, &Run, &work, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
+        CreateThread(nullptr, 1 << 20, &Run, &noted, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
     ASSERT_NE(nullptr, thread);
     WaitForSingleObject(thread, INFINITE);
     CloseHandle(thread);
+    EXPECT_TRUE(finished) << "the stack was too small";
 }
 
 bool Read(GMRegKey & key, Bytes const & record)
