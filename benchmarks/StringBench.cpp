@@ -113,7 +113,8 @@ void MeasureFormat(Report & report)
                           GMString const text(buffer, static_cast<std::size_t>(length));
                           Use(text.data());
                       },
-                      Bar::RateAtLeast(0.95)}}});
+                      Bar::RateAtLeast(0.95)}},
+                    25});
 }
 
 /// The rate must not fall as the text grows: \p edit on 1 and on 4 times the text.
@@ -202,7 +203,7 @@ void MeasureLines(Report & report)
                               text.erase(0, end + delimiter.length());
                           }
                       },
-                      Bar::RateAtLeast(0.95)}}});
+                      Bar::RateAtLeast(0.8)}}});
 }
 
 void MeasureFind(Report & report, std::string const & what, GMString const & text,

@@ -554,6 +554,8 @@ TEST(GMStringUtils, FormatsTextsOfAnyLength)
     Utils::Format(text, L"%s %S %08x", text.c_str(), "narrow", 0xBEEFu);
     EXPECT_EQ(L"itself narrow 0000beef", text);
 
+    EXPECT_EQ("", Utils::FormatResultA("%lc", 0xD800)) << "no buffer is large enough for that";
+
     wchar_t const * volatile const noFormat = nullptr;
     char const * volatile const noFormatA = nullptr;
     Utils::Format(text, noFormat);
