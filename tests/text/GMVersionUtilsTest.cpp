@@ -1,0 +1,161 @@
+#include "VelmoraCommon/text/GMVersionUtils.h"
+
+#include <algorithm>
+#include <climits>
+
+#include <gtest/gtest.h>
+
+#include "VelmoraCommon/frame/GMSharedLibrary.h"
+#include "VelmoraCommon/text/GMVersionInfo.h"
+#include "tests/support/LongRun.h"
+#include "tests/support/Mutator.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace Velmora::Testing
+{
+
+namespace
+{
+
+/// A text that gives each rule of the order something to do.
+GMString RandomVersion(Random & random)
+{
+    static std::vector<GMString> const pieces = {
+        L"0",          L"1", L"9", L"10", L"01", L"2147483647", L"2147483648", L"4294967295",
+        L"4294967296", L"b", L".", L".",  L".",  L",",          L"-"};
+    GMString version;
+    for (std::size_t count = random.Below(8); count != 0; --count)
+        version += random.Pick(pieces);
+    return version;
+}
+
+int Sign(int value) { return (value > 0) - (value < 0); }
+
+} // namespace
+
+TEST(GMVersionUtils, ComparesVersions)
+{
+    struct Case
+    {
+        wchar_t const * a;
+        wchar_t const * b;
+        int order;
+    };
+    Case const cases[] = {
+        {L"", L"", 0},
+        {L"", L"0", 0},
+        {L"", L"1", -1},
+        {L"1.2.3", L"1.2.3", 0},
+        {L"1.2.10", L"1.2.7", 3},
+        {L"1,2-3", L"1.2.3", 0},
+        {L"2", L"1.9.9", 1},
+        {L"1.0", L"1", 1},
+        {L"1", L"1.2.3.4", -3},
+        {L"1.", L"1.0", 0},
+        {L"1..2", L"1.2", 0},
+        {L".1", L"1", 0},
+        {L"..", L"", 0},
+        {L"1.,-", L"1.0", 0},
+        {L"1.2b3", L"1.2", 0},
+        {L"10.0-rc1", L"10.0.0", 0},
+        {L"1. 5", L"1.0", 0},
+        {L"4294967297", L"1", 0},
+        {L"3000000000", L"2999999999", 1},
+        {L"4294967295", L"0", INT_MAX},
+        {L"0", L"4294967295", INT_MIN},
+    };
+    for (Case const & each : cases)
+        EXPECT_EQ(each.order, GMVersionUtils::VersionCompare(each.a, each.b))
+            << testing::PrintToString(each.a) << testing::PrintToString(each.b);
+}
+
+TEST(GMVersionUtils, OrdersWeakly)
+{
+    Random random(11);
+    for (unsigned int round = Rounds(20, 500); round != 0; --round)
+    {
+        std::vector<GMString> versions(40);
+        for (GMString & each : versions)
+            each = RandomVersion(random);
+        auto const order = [&](GMString const & a, GMString const & b)
+        { return Sign(GMVersionUtils::VersionCompare(a, b)); };
+        for (GMString const & a : versions)
+        {
+            ASSERT_EQ(0, order(a, a));
+            for (GMString const & b : versions)
+            {
+                int const ab = order(a, b);
+                ASSERT_EQ(-ab, order(b, a));
+                if (ab > 0)
+                    continue;
+                for (GMString const & c : versions)
+                {
+                    int const bc = order(b, c);
+                    if (bc > 0)
+                        continue;
+                    ASSERT_EQ(std::min(ab, bc), order(a, c))
+                        << testing::PrintToString(std::vector<GMString>{a, b, c});
+                }
+            }
+        }
+    }
+}
+
+TEST(GMVersionUtils, ReadsFileVersions)
+{
+    // This program's version stands in TextTests.rc.
+    EXPECT_EQ(L"65535.0.32768.9", GMVersionUtils::GetCurrentVersion());
+
+    GMString const program = GMSharedLibrary::GetModuleFullName(nullptr);
+    GMString const library =
+        GMSharedLibrary::GetModuleFullName(GetModuleHandleW(L"VelmoraCommon.dll"));
+    GMVersionInfo local;
+    local.InitLocalVersion();
+    GMString version;
+    EXPECT_TRUE(GMVersionUtils::GetFileVersion(library, version));
+    EXPECT_EQ(local.Format(), version);
+
+    TemporaryFolder const folder;
+    GMString const plain = folder.File(L"plain.dll");
+    GMString const damaged = folder.File(L"damaged.dll");
+    WriteBytes(plain, "no version");
+    std::string bytes = ReadBytes(library);
+    std::string const blockName("V\0S\0_\0V\0E\0R\0S\0I\0O\0N\0_\0I\0N\0F\0O\0", 30);
+    auto const block = bytes.find(blockName);
+    ASSERT_NE(std::string::npos, block);
+    bytes[block - 4] = 0; // the length of the fixed part
+    WriteBytes(damaged, bytes);
+
+    version = L"kept";
+    for (GMString const & path : {plain, damaged, folder.File(L"none.dll"), GMString()})
+        EXPECT_FALSE(GMVersionUtils::GetFileVersion(path, version));
+    EXPECT_EQ(L"kept", version);
+
+    EXPECT_EQ(0, GMVersionUtils::FileVersionCompare(plain, folder.File(L"none.dll")));
+    EXPECT_EQ(0, GMVersionUtils::FileVersionCompare(library, library));
+    EXPECT_EQ(1, GMVersionUtils::FileVersionCompare(library, plain));
+    EXPECT_EQ(-1, GMVersionUtils::FileVersionCompare(plain, library));
+    EXPECT_EQ(65535 - local.m_major, GMVersionUtils::FileVersionCompare(program, library));
+}
+
+TEST(GMVersionInfo, OrdersByNumbersInTurn)
+{
+    GMVersionInfo version;
+    EXPECT_EQ(L"0.0.0.0", version.Format());
+    version.m_minor = 2;
+    version.m_build = -3;
+    version.m_revision = 4;
+    EXPECT_EQ(L"0.2.-3.4", version.Format());
+    EXPECT_FALSE(version < version);
+    for (int GMVersionInfo::*number : {&GMVersionInfo::m_major, &GMVersionInfo::m_minor,
+                                       &GMVersionInfo::m_build, &GMVersionInfo::m_revision})
+    {
+        GMVersionInfo higher = version;
+        higher.*number += 1;
+        higher.m_revision -= number == &GMVersionInfo::m_revision ? 0 : 9;
+        EXPECT_TRUE(version < higher);
+        EXPECT_FALSE(higher < version);
+    }
+}
+
+} // namespace Velmora::Testing
