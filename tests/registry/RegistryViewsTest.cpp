@@ -1,0 +1,229 @@
+// Both registry views, as programs of both widths have them. The real local machine stands for them:
+// under a redirected root the two are one.
+#include <deque>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "VelmoraCommon/frame/internal/ScopedHandle.h"
+#include "VelmoraCommon/registry/GMRegFile.h"
+#include "VelmoraCommon/registry/GMRegInstall.h"
+#include "VelmoraCommon/registry/GMRegUtils.h"
+#include "tests/support/RegistrySandbox.h"
+#include "tests/support/RegistrySnapshot.h"
+
+namespace Velmora::Testing
+{
+
+namespace
+{
+
+constexpr REGSAM ownView = sizeof(void *) == 4 ? KEY_WOW64_32KEY : KEY_WOW64_64KEY;
+constexpr REGSAM allViews[] = {KEY_WOW64_32KEY, KEY_WOW64_64KEY};
+
+/// A path below the local machine that both views have to themselves; without a key at first.
+class RegistryViews : public ::testing::Test
+{
+protected:
+    ~RegistryViews() override { Clear(); }
+
+    void Clear() const
+    {
+        for (REGSAM const view : allViews)
+            DeleteRegistryTree(HKEY_LOCAL_MACHINE, m_path, view);
+    }
+
+    std::wstring Full(wchar_t const * below = L"") const
+    {
+        return L"HKEY_LOCAL_MACHINE\\" + m_path + below;
+    }
+
+    /// Makes a key in both views, with a number of its own as "old".
+    void MakeInBoth(DWORD in32, DWORD in64, wchar_t const * below = L"") const
+    {
+        for (REGSAM const view : allViews)
+        {
+            ScopedRegKey key;
+            RegCreateKeyExW(HKEY_LOCAL_MACHINE, (m_path + below).c_str(), 0, nullptr, 0,
+                            KEY_ALL_ACCESS | view, nullptr, key.Receive(), nullptr);
+            DWORD const number = view == KEY_WOW64_32KEY ? in32 : in64;
+            RegSetValueExW(key.Get(), L"old", 0, REG_DWORD, reinterpret_cast<BYTE const *>(&number),
+                           sizeof number);
+        }
+    }
+
+    std::string Tree(REGSAM view) const
+    {
+        return RegistrySnapshot(HKEY_LOCAL_MACHINE, m_path, view);
+    }
+
+    std::wstring const m_path =
+        L"Software\\VelmoraCommonTest-" + std::to_wstring(GetCurrentProcessId());
+};
+
+struct Choice
+{
+    char const * what;
+    REGSAM access; // what the caller asks for
+    REGSAM opened; // the view in which a key that is there is found
+    REGSAM made;   // the view in which a missing key is made
+};
+constexpr Choice choices[] = {
+    {"no view", 0, ownView, ownView},
+    {"64-bit view", KEY_WOW64_64KEY, KEY_WOW64_64KEY, KEY_WOW64_64KEY},
+    {"32-bit view", KEY_WOW64_32KEY, KEY_WOW64_32KEY, ownView},
+};
+
+REGSAM OtherThan(REGSAM view) { return view ^ (KEY_WOW64_32KEY | KEY_WOW64_64KEY); }
+
+TEST_F(RegistryViews, AreTwo)
+{
+    MakeInBoth(1, 2);
+    EXPECT_EQ("[]\n  \"old\" type 4: 01 00 00 00\n", Tree(KEY_WOW64_32KEY));
+    EXPECT_EQ("[]\n  \"old\" type 4: 02 00 00 00\n", Tree(KEY_WOW64_64KEY));
+    EXPECT_EQ(Tree(ownView), Tree(0));
+}
+
+TEST_F(RegistryViews, AreReadAndWrittenOneByOne)
+{
+    for (Choice const & each : choices)
+    {
+        SCOPED_TRACE(each.what);
+        MakeInBoth(1, 2);
+        unsigned long const old = each.opened == KEY_WOW64_32KEY ? 1 : 2;
+        std::string const other = Tree(OtherThan(each.opened));
+
+        EXPECT_EQ(old, GMRegUtils::GetIntValue(Full(), L"old", 0, each.access));
+        EXPECT_TRUE(GMRegUtils::SetIntValue(Full(), L"n", 7, each.access));
+        GMRegFile file;
+        EXPECT_TRUE(file.OpenKey(Full(), KEY_READ | KEY_WRITE | each.access, false));
+        EXPECT_EQ(7ul, file.GetUInt32Value(L"n", 0));
+        EXPECT_TRUE(file.SetValue(L"o", 8ul));
+        file.CloseKey();
+        EXPECT_EQ(8ul, GMRegUtils::GetIntValue(Full(), L"o", 0, each.access));
+        EXPECT_EQ(0, GMRegFile::DeleteValueEx(Full(), L"old", KEY_WRITE | each.access));
+
+        EXPECT_EQ("[]\n  \"n\" type 4: 07 00 00 00\n  \"o\" type 4: 08 00 00 00\n",
+                  Tree(each.opened));
+        EXPECT_EQ(other, Tree(OtherThan(each.opened)));
+        Clear();
+    }
+}
+
+TEST_F(RegistryViews, TakeNewKeysButForThe32BitView)
+{
+    for (Choice const & each : choices)
+    {
+        SCOPED_TRACE(each.what);
+        EXPECT_TRUE(GMRegUtils::SetIntValue(Full(L"\\new"), L"n", 7, each.access));
+        EXPECT_EQ("[]\n[\\new]\n  \"n\" type 4: 07 00 00 00\n", Tree(each.made));
+        EXPECT_EQ("[] (missing)\n", Tree(OtherThan(each.made)));
+        Clear();
+    }
+}
+
+TEST_F(RegistryViews, LoseTreesOneByOne)
+{
+    for (Choice const & each : choices)
+    {
+        SCOPED_TRACE(each.what);
+        MakeInBoth(1, 2);
+        MakeInBoth(3, 4, L"\\a\\b");
+        std::string const other = Tree(OtherThan(each.opened));
+        EXPECT_EQ(0, GMRegFile::DeleteKeyEx(Full(), each.access));
+        EXPECT_EQ("[] (missing)\n", Tree(each.opened));
+        EXPECT_EQ(other, Tree(OtherThan(each.opened)));
+        Clear();
+    }
+}
+
+TEST_F(RegistryViews, AreInstalledByTypeAndRestored)
+{
+    struct Case
+    {
+        char const * what;
+        GMRegInstallType type;
+        bool in32;
+        bool in64;
+    };
+    constexpr bool ownIs32 = ownView == KEY_WOW64_32KEY;
+    Case const cases[] = {
+        {"default view", GMRegInstallDefaultView, ownIs32, !ownIs32},
+        {"64-bit view", GMRegInstall64BitView, false, true},
+        // In a 64-bit program both passes go to the one view that it has.
+        {"both views", GMRegInstallBothViews, ownIs32, true},
+    };
+    std::string const untouched = "[]\n  \"old\" type 4: 01 00 00 00\n";
+    std::string const changed = "[]\n  \"n\" type 4: 08 00 00 00\n  \"old\" type 4: 07 00 00 00\n";
+
+    GMRegKey change(Full());
+    change.GetValues() = {GMRegValue(L"old", 7u), GMRegValue(L"n", 8u)};
+    for (Case const & each : cases)
+    {
+        SCOPED_TRACE(each.what);
+        MakeInBoth(1, 1);
+        GMRegInstall installer(each.type);
+        ASSERT_TRUE(installer.Install({change}, false));
+        EXPECT_EQ(each.in32 ? changed : untouched, Tree(KEY_WOW64_32KEY));
+        EXPECT_EQ(each.in64 ? changed : untouched, Tree(KEY_WOW64_64KEY));
+
+        // Whoever installed in another view than the default one replays the records there.
+        GMBuffer<unsigned char> buffer;
+        installer.GetUninstallData(buffer);
+        std::deque<GMRegKey> records;
+        ASSERT_TRUE(GMRegInstall::DeserialRegFromBuffer(buffer, records));
+        for (GMRegKey const & record : records)
+            GMRegInstall::Install(record, true, false, each.type);
+        if (each.type != GMRegInstallBothViews || ownIs32)
+        {
+            EXPECT_EQ(untouched, Tree(KEY_WOW64_32KEY));
+            EXPECT_EQ(untouched, Tree(KEY_WOW64_64KEY));
+        }
+        Clear();
+    }
+}
+
+TEST_F(RegistryViews, AreUndoneInTheDefaultViewAlone)
+{
+    MakeInBoth(1, 1);
+    std::string const before = Tree(KEY_WOW64_64KEY);
+    GMRegKey change(Full());
+    change.GetValues() = {GMRegValue(L"old", 7u)};
+    GMRegInstall installer(GMRegInstall64BitView);
+    ASSERT_TRUE(installer.Install({change}, false));
+    GMBuffer<unsigned char> buffer;
+    installer.GetUninstallData(buffer);
+    ASSERT_TRUE(GMRegInstall::Uninstall(buffer));
+    EXPECT_EQ(before, Tree(KEY_WOW64_32KEY));
+    EXPECT_EQ(ownView == KEY_WOW64_64KEY, Tree(KEY_WOW64_64KEY) == before);
+}
+
+TEST_F(RegistryViews, AreReadTogether)
+{
+    MakeInBoth(1, 2);
+    constexpr unsigned int own = ownView == KEY_WOW64_32KEY ? 1 : 2;
+    struct Case
+    {
+        GMRegInstallType type;
+        std::vector<unsigned int> numbers;
+    };
+    Case const cases[] = {
+        {GMRegInstallDefaultView, {own}},
+        {GMRegInstall64BitView, {2}},
+        {GMRegInstallBothViews, {own, 2}},
+    };
+    for (Case const & each : cases)
+    {
+        GMRegKey key(Full());
+        GMRegInstall::UpdateFromSystem(key, false, each.type);
+        std::vector<unsigned int> numbers;
+        for (GMRegValue const & value : key.GetValues())
+            numbers.push_back(value.GetDoubleWord());
+        EXPECT_EQ(each.numbers, numbers) << "type " << each.type;
+    }
+}
+
+} // namespace
+
+} // namespace Velmora::Testing
