@@ -1,0 +1,214 @@
+#include "VelmoraCommon/text/GMCmdLineParser.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "tests/support/GuardBuffer.h"
+#include "tests/support/LongRun.h"
+#include "tests/support/Mutator.h"
+
+namespace Velmora::Testing
+{
+
+namespace
+{
+
+using Pairs = std::vector<std::pair<GMString, GMString>>;
+
+GMString RandomText(Random & random, GMString const & units, std::size_t limit)
+{
+    GMString text(random.Below(limit), L'\0');
+    for (wchar_t & unit : text)
+        unit = random.Pick(units);
+    return text;
+}
+
+} // namespace
+
+TEST(GMCmdLineParser, ReadsLines)
+{
+    struct Case
+    {
+        wchar_t const * line;
+        Pairs pairs;
+    };
+    Case const cases[] = {
+        {L"", {}},
+        {L" ", {}},
+        {L"-", {}},
+        {L"- / -", {}},
+        {L"-a -b", {{L"a", L""}, {L"b", L""}}},
+        {L"-a=1 /b:2", {{L"a", L"1"}, {L"b", L"2"}}},
+        {L"-a=", {{L"a", L""}}},
+        {L"-a= b", {{L"a", L""}, {L"b", L""}}},
+        {L"-a  -b", {{L"a", L""}, {L"b", L""}}},
+        {L"-a b", {{L"a", L""}, {L"b", L""}}},
+        {L"word -a", {{L"a", L""}, {L"word", L""}}},
+        {L" two words ", {{L"two words", L""}}},
+        {L"-a=\"x y\" z", {{L"a", L"x y"}, {L"z", L""}}},
+        {L"-a=\"x y\"/b", {{L"a", L"x y"}, {L"b", L""}}},
+        {L"-a=\"x y", {{L"a", L"x y"}}},
+        {L"-a=\"", {{L"a", L""}}},
+        {L"-a=\"\" -b", {{L"a", L""}, {L"b", L""}}},
+        {L"-a=x\"y z\"", {{L"a", L"x\"y"}, {L"z\"", L""}}},
+        {L"-a=x-y/z:w", {{L"a", L"x-y/z:w"}}},
+        {L"-a::b", {{L"a", L":b"}}},
+        {L"foo-bar", {{L"bar", L""}, {L"foo", L""}}},
+        {L"C:\\dir/file", {{L"C:\\dir", L""}, {L"file", L""}}},
+        {L"--long", {{L"-long", L""}}},
+        {L"-\"a b\"=1", {{L"\"a", L""}, {L"b\"=1", L""}}},
+        {L"-=1 -b", {{L"b", L""}}},
+        {L"-a=1 -A=2", {{L"a", L"1"}}},
+        {L"Word -Word=1", {{L"Word", L""}, {L"word", L"1"}}},
+    };
+    for (Case const & each : cases)
+        EXPECT_EQ(each.pairs, GMCmdLineParser(each.line).GetKeyValues()) << each.line;
+
+    EXPECT_EQ((Pairs{{L"A", L""}, {L"a", L"1"}}), GMCmdLineParser(L"-a=1 -A", true).GetKeyValues());
+}
+
+TEST(GMCmdLineParser, TakesSetsOfTheCaller)
+{
+    struct Case
+    {
+        wchar_t const * line;
+        wchar_t const * delimiters;
+        wchar_t const * separators;
+        wchar_t const * quotes;
+        Pairs pairs;
+    };
+    Case const cases[] = {
+        {L"+a=1", L"+", nullptr, nullptr, {{L"+a", L"1"}}},
+        {L"+a -b", L"+", nullptr, nullptr, {{L"+a", L""}, {L"-b", L""}}}, // a word, not a key
+        {L"a -b +c", L" ", nullptr, nullptr, {{L"a", L""}, {L"b", L""}, {L"+c", L""}}},
+        {L"a ", L" ", nullptr, nullptr, {{L"a", L""}}},
+        {L"-a=1 b:2  c", L"", nullptr, nullptr, {{L"-a", L"1"}, {L"b", L"2"}, {L"c", L""}}},
+        {L"-a=1 -b", nullptr, L"", nullptr, {{L"a=1 -b", L""}}},
+        {L"-a>1 -b=2", nullptr, L">", nullptr, {{L"a", L"1"}, {L"b=2", L""}}},
+        {L"-a='x \" y' -b", nullptr, nullptr, L"'", {{L"a", L"x \" y"}, {L"b", L""}}},
+        {L"-a='x y\" -b", nullptr, nullptr, L"'\"", {{L"a", L"x y"}, {L"b", L""}}},
+        {L"-a=\"x y\"", nullptr, nullptr, L"", {{L"a", L"\"x"}, {L"y\"", L""}}},
+        {L"A B", L"", L"", L"", {{L"a b", L""}}},
+    };
+    for (Case const & each : cases)
+    {
+        GMCmdLineParser parser(L"-old");
+        ASSERT_TRUE(parser.Parse(each.line, each.delimiters, each.separators, each.quotes));
+        Pairs pairs = each.pairs;
+        std::sort(pairs.begin(), pairs.end());
+        EXPECT_EQ(pairs, parser.GetKeyValues()) << each.line;
+    }
+}
+
+TEST(GMCmdLineParser, KeepsEntriesOnANullLine)
+{
+    GMCmdLineParser parser(L"-a=1");
+    EXPECT_FALSE(parser.Parse(nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ(1u, parser.GetKeyNum());
+    EXPECT_TRUE(parser.Parse(L"", nullptr, nullptr, nullptr));
+    EXPECT_EQ(0u, parser.GetKeyNum());
+}
+
+TEST(GMCmdLineParser, FindsKeysInAnySpelling)
+{
+    GMCmdLineParser parser(L"/Port=4294967297x -flag Word --x");
+    for (wchar_t const * key : {L"port", L"-Port", L"/PORT:", L"port=", L"-port "})
+    {
+        EXPECT_TRUE(parser.HasValue(key)) << key;
+        EXPECT_EQ(1u, parser.GetIntValue(key)) << key; // cut to 32 bits, up to the "x"
+    }
+    EXPECT_TRUE(parser.HasKey(L"flag"));
+    EXPECT_FALSE(parser.HasValue(L"flag"));
+    EXPECT_TRUE(parser.HasKey(L"--x")); // one delimiter goes, the other is of the key
+    for (wchar_t const * key : {L"", L"-", L"=", L"-=", L"--port", L"port==", L"Word", L"x"})
+    {
+        EXPECT_TRUE(parser.FindKey(key) == parser.FindKey(GMString())) << key;
+        EXPECT_EQ(L"", parser.GetValue(key));
+        EXPECT_EQ(0u, parser.GetIntValue(key));
+    }
+    parser.SetCaseSensitive(true);
+    EXPECT_TRUE(parser.HasKey(L"Word"));
+    EXPECT_FALSE(parser.HasKey(L"Port"));
+}
+
+TEST(GMCmdLineParser, KeepsHowEntriesWereWritten)
+{
+    GMCmdLineParser parser(L"-a:1 /b=2 c");
+    auto const kinds = [&](wchar_t const * key)
+    {
+        auto const entry = parser.FindKey(key);
+        return std::make_pair(entry->first.m_delimiter, entry->second.m_separator);
+    };
+    EXPECT_EQ(std::make_pair(1, 1), kinds(L"a"));
+    EXPECT_EQ(std::make_pair(2, 2), kinds(L"b"));
+    EXPECT_EQ(std::make_pair(0, 0), kinds(L"c"));
+    parser.SetKeyValue(L"b", L"3");
+    EXPECT_EQ(std::make_pair(2, 0), kinds(L"b"));
+    EXPECT_EQ(L"3", parser.GetValue(L"b"));
+    parser.SetKeyValue(L"Key", L"4"); // as it stands, so it can't be asked for
+    EXPECT_FALSE(parser.HasKey(L"Key"));
+    EXPECT_EQ(L"Key=4 a=1 b=3 c", parser.Build());
+}
+
+TEST(GMCmdLineParser, BuildsLines)
+{
+    struct Case
+    {
+        wchar_t const * line;
+        wchar_t const * built;
+    };
+    Case const cases[] = {
+        {L"", L""},
+        {L"-b=1 -a=\"x y\" -c", L"a=\"x y\" b=1 c"},
+        {L"/u:http://x", L"u=\"http://x\""},
+        {L"-a=x\"y -b=\"\"", L"a=x\"y b"},
+    };
+    for (Case const & each : cases)
+        EXPECT_EQ(each.built, GMCmdLineParser(each.line).Build()) << each.line;
+}
+
+TEST(GMCmdLineParser, ReadsBackWhatItBuilt)
+{
+    Random random(24);
+    for (unsigned int i = 0; i < Rounds(5000, 100000); ++i)
+    {
+        GMCmdLineParser parser(nullptr, random.OneIn(2));
+        bool const caseCounts = random.OneIn(2);
+        parser.SetCaseSensitive(caseCounts);
+        for (std::size_t entries = random.Below(6); entries != 0; --entries)
+        {
+            GMString const key =
+                RandomText(random, caseCounts ? L"aA-/\"\x4E2D" : L"ab-/\"\x4E2D", 6);
+            if (!key.empty())
+                parser.SetKeyValue(key, RandomText(random, L"aB-/ :=\x4E2D", 8));
+        }
+        GMCmdLineParser copy = parser;
+        ASSERT_TRUE(copy.Parse(parser.Build().c_str(), L"", nullptr, nullptr));
+        ASSERT_EQ(parser.GetKeyValues(), copy.GetKeyValues()) << parser.Build();
+    }
+}
+
+TEST(GMCmdLineParser, StaysWithinAnyLine)
+{
+    constexpr std::size_t limit = 32;
+    GuardBuffer<wchar_t> const page(GMString(limit, L'\0'));
+    wchar_t * const end = page.Data() + limit;
+    std::vector<wchar_t const *> const delimiters = {nullptr, L"", L"+", L" ", L" -"};
+    Random random(25);
+    for (unsigned int i = 0; i < Rounds(100000, 1000000); ++i)
+    {
+        GMString const line = RandomText(random, L"-/ :=\"+aB", limit);
+        wchar_t * const begin = end - line.size() - 1;
+        std::copy_n(line.c_str(), line.size() + 1, begin);
+        GMCmdLineParser parser;
+        ASSERT_TRUE(parser.Parse(begin, random.Pick(delimiters), nullptr, nullptr));
+        for (auto const & [key, value] : parser.GetKeyValues())
+        {
+            ASSERT_FALSE(key.empty()) << line;
+            ASSERT_NE(GMString::npos, line.find(value)) << line;
+        }
+    }
+}
+
+} // namespace Velmora::Testing
