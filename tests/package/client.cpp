@@ -15,7 +15,7 @@ int main()
     }
     catch (GMRegException const & failure)
     {
-        std::printf("caught: %s, code %u, key %ls\n", failure.what(), failure.m_lastError,
+        std::printf("caught: %s, code %lu, key %ls\n", failure.what(), failure.m_lastError,
                     failure.m_keyPath.c_str());
         return failure.m_lastError == ERROR_FILE_NOT_FOUND ? 0 : 1;
     }
