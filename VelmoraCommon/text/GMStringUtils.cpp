@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cwchar>
 #include <utility>
+#include <vector>
 
 #include "VelmoraCommon/text/internal/CaseFolding.h"
 
@@ -50,6 +51,46 @@ PartFit CompareWithPart(wchar_t const * text, PatternPart const & part, Fold fol
     return PartFit::Fits;
 }
 
+constexpr std::ptrdiff_t longPart = 64;
+
+/// The search of Knuth, Morris and Pratt, which looks at each unit of the text once. A long part on
+/// a text of few letters would else be compared nearly whole at every place.
+template <class Fold>
+wchar_t const * FindLongPart(wchar_t const * text, PatternPart const & part, Fold fold)
+{
+    auto const length = static_cast<std::size_t>(part.end - part.begin);
+    // For each beginning of the part, the length of what it both begins and ends with.
+    std::vector<std::size_t> borders(length);
+    auto const advance = [&](std::size_t matched, wchar_t unit)
+    {
+        while (matched != 0 && fold(part.begin[matched]) != fold(unit))
+            matched = borders[matched - 1];
+        return fold(part.begin[matched]) == fold(unit) ? matched + 1 : matched;
+    };
+    for (std::size_t i = 1; i < length; ++i)
+        borders[i] = advance(borders[i - 1], part.begin[i]);
+
+    for (std::size_t matched = 0; *text != L'\0'; ++text)
+    {
+        matched = advance(matched, *text);
+        if (matched == length)
+            return text + 1 - length;
+    }
+    return nullptr;
+}
+
+/// The first place in \p text where \p part fits; null if there is none.
+template <class Fold>
+wchar_t const * FindPart(wchar_t const * text, PatternPart const & part, Fold fold)
+{
+    if (part.end - part.begin > longPart && std::find(part.begin, part.end, L'?') == part.end)
+        return FindLongPart(text, part, fold);
+    PartFit fit;
+    while ((fit = CompareWithPart(text, part, fold)) == PartFit::Differs)
+        ++text;
+    return fit == PartFit::Fits ? text : nullptr;
+}
+
 /// Fits one part after the other, each at the first place possible: what a star takes more than it
 /// must is lost to the parts behind it.
 template <class Fold>
@@ -67,10 +108,8 @@ bool FitsPattern(wchar_t const * text, wchar_t const * pattern, Fold fold)
         part = PatternPart(part.end + 1);
         if (part.IsLast())
             break;
-        PartFit fit;
-        while ((fit = CompareWithPart(text, part, fold)) == PartFit::Differs)
-            ++text;
-        if (fit == PartFit::TextTooShort)
+        text = FindPart(text, part, fold);
+        if (text == nullptr)
             return false;
     }
 

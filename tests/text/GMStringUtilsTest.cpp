@@ -293,6 +293,18 @@ TEST(GMStringUtils, FitsWildcardsLikeTheirMeaning)
                 << testing::PrintToString(pattern) << " " << testing::PrintToString(text);
         }
     }
+    // Between stars a long part is searched in another way.
+    GMString const run(66, L'a');
+    for (GMString const & end : AllTexts(L"ab", 3))
+    {
+        for (GMString const & more : AllTexts(L"ab", 5))
+        {
+            GMString const part = run + end;
+            GMString const text = run + more + run + L"a" + more;
+            ASSERT_EQ(text.find(part) != text.npos,
+                      Utils::WildcardCompare((L"*" + part + L"*").c_str(), text.c_str(), true));
+        }
+    }
     EXPECT_FALSE(Utils::WildcardCompare(L"A*C", L"abc", false));
     EXPECT_TRUE(Utils::WildcardCompare(L"A*cD", L"abCd", true));
     EXPECT_TRUE(Utils::WildcardCompare(L"*B*", L"abc", true));
@@ -309,7 +321,8 @@ TEST(GMStringUtils, FitsWildcardsToLongTextsInTime)
     while (manyStars.length() < 100000)
         manyStars += L"*a";
     GMString const longTail = L"*" + text + L"b";
-    for (GMString const & pattern : {manyStars + L"*b", L"*a*" + longTail, longTail})
+    GMString const longMiddle = L"*" + text.substr(text.length() / 2) + L"b*";
+    for (GMString const & pattern : {manyStars + L"*b", L"*a*" + longTail, longTail, longMiddle})
         EXPECT_FALSE(Utils::WildcardCompare(pattern.c_str(), text.c_str(), true));
     EXPECT_TRUE(Utils::WildcardCompare(manyStars.c_str(), text.c_str(), false));
 }
