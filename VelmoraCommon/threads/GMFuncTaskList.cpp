@@ -14,9 +14,12 @@ void GMFuncTaskList::AddFunc(void (*func)(void *), void * param)
 {
     if (func == nullptr)
         return;
-    GMMutexLock const lock(&m_mutex);
-    m_funcs.emplace_back(func, param);
-    AddOneWork();
+    {
+        GMMutexLock const lock(&m_mutex);
+        m_funcs.emplace_back(func, param);
+        OpenTaskThread();
+    }
+    Announce(); // the worker that wakes needs the mutex at once
 }
 
 void GMFuncTaskList::DoOneWork()

@@ -57,8 +57,10 @@ bool GMTaskList::OpenTaskThread()
 void GMTaskList::AddOneWork()
 {
     OpenTaskThread();
-    m_workSemaphore.Release();
+    Announce();
 }
+
+void GMTaskList::Announce() { m_workSemaphore.Release(); }
 
 void GMTaskList::ExitTaskThread()
 {

@@ -80,8 +80,11 @@ private:
         std::atomic<bool> m_value;
     };
 
+    friend class GMFuncTaskList; // opens under its lock, and announces outside of it
+
     static void ThreadFunc(void * self);
     unsigned long Work();
+    void Announce();
 
     Flag m_running; // there are workers, and none has begun to end
     GMBaseEvent m_exitEvent;
