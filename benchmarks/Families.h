@@ -13,6 +13,7 @@ void MeasureRegRecords(Report & report);
 void MeasureRegText(Report & report);
 void MeasureStrings(Report & report);
 void MeasureTextFiles(Report & report);
+void MeasureThreads(Report & report);
 void MeasureTokens(Report & report);
 void MeasureTrees(Report & report);
 

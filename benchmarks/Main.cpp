@@ -16,6 +16,7 @@ int main(int argc, char ** argv)
     MeasureRegText(report);
     MeasureStrings(report);
     MeasureTextFiles(report);
+    MeasureThreads(report);
     MeasureTokens(report);
     MeasureTrees(report);
     std::printf("%u bars missed\n", report.Missed());
