@@ -87,17 +87,17 @@ bool InstallPass(GMRegKey const & key, View const & view, bool ignoreErrors)
     return true;
 }
 
-/// Lists an open key: the names of its sub-keys, and a call of \p visit for each value. A key that
+/// Lists an open key: \p listSubKeys its sub-keys, and a call of \p visit for each value. A key that
 /// the user mustn't read counts as empty.
-template <class Visit>
-LSTATUS ListKey(HKEY key, std::vector<GMString> & subKeyNames, Visit visit)
+template <class ListSubKeys, class Visit>
+LSTATUS ListKey(HKEY key, ListSubKeys listSubKeys, Visit visit)
 {
     KeySizes sizes;
     LSTATUS code = QueryKeySizes(key, sizes);
     if (code == ERROR_ACCESS_DENIED)
         return ERROR_SUCCESS;
     if (code == ERROR_SUCCESS)
-        code = ListSubKeyNames(key, sizes, subKeyNames);
+        code = listSubKeys(key, sizes);
     if (code == ERROR_SUCCESS)
         code = VisitValues(key, sizes, visit);
     return code;
@@ -151,8 +151,7 @@ public:
     /// Finds out which values the key has. On failure it counts as empty.
     LSTATUS Find()
     {
-        std::vector<GMString> subKeyNames; // not needed, but a key that can't list them has failed
-        LSTATUS const code = ListKey(m_file.GetKey(), subKeyNames,
+        LSTATUS const code = ListKey(m_file.GetKey(), &CheckSubKeyNames,
                                      [this](EnumeratedValue const & found) { Note(found); });
         if (code != ERROR_SUCCESS)
             m_entries.clear();
@@ -351,9 +350,12 @@ void GMRegInstall::UpdateFromSystem(GMRegKey & key, bool ignoreErrors, GMRegInst
         std::vector<GMRegValue> values;
         auto const list = [&]
         {
-            return ListKey(file.GetKey(), subKeyNames,
-                           [&](EnumeratedValue const & found)
-                           { values.push_back(ReadValue(file, keyPath, found)); });
+            return ListKey(
+                file.GetKey(),
+                [&](HKEY opened, KeySizes const & sizes)
+                { return ListSubKeyNames(opened, sizes, subKeyNames); },
+                [&](EnumeratedValue const & found)
+                { values.push_back(ReadValue(file, keyPath, found)); });
         };
         if (!file.OpenKey(key.GetRoot(), key.GetSubPath(), view.readAccess, false) ||
             file.Check(list()) != ERROR_SUCCESS)

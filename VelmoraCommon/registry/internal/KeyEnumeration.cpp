@@ -50,6 +50,16 @@ LSTATUS ListSubKeyNames(HKEY key, KeySizes const & sizes, std::vector<GMString> 
         { return RegEnumKeyExW(key, index, name, length, nullptr, nullptr, nullptr, nullptr); });
 }
 
+LSTATUS CheckSubKeyNames(HKEY key, KeySizes const & sizes)
+{
+    if (sizes.subKeys == 0)
+        return ERROR_SUCCESS;
+    DWORD length = sizes.longestSubKey + 1;
+    GMString name(sizes.longestSubKey, L'\0'); // a text has room for its NUL
+    return RegEnumKeyExW(key, sizes.subKeys - 1, name.data(), &length, nullptr, nullptr, nullptr,
+                         nullptr);
+}
+
 LSTATUS ListValueNames(HKEY key, KeySizes const & sizes, std::vector<GMString> & names)
 {
     return ListNames(

@@ -29,6 +29,9 @@ LSTATUS QueryKeySizes(HKEY key, KeySizes & sizes);
 LSTATUS ListSubKeyNames(HKEY key, KeySizes const & sizes, std::vector<GMString> & names);
 LSTATUS ListValueNames(HKEY key, KeySizes const & sizes, std::vector<GMString> & names);
 
+/// The code that ListSubKeyNames would end with, in a single call, for callers without use for names.
+LSTATUS CheckSubKeyNames(HKEY key, KeySizes const & sizes);
+
 /// A value as its key's enumeration gives it.
 struct EnumeratedValue
 {
