@@ -1,4 +1,5 @@
-# Installs the build in BUILD_DIR, builds the client in SOURCE_DIR against it and runs it.
+# Installs the build in BUILD_DIR, builds the client in SOURCE_DIR against it and, unless BUILD_ONLY is
+# set, runs it.
 function(run)
     execute_process(COMMAND ${ARGV} COMMAND_ERROR_IS_FATAL ANY)
 endfunction()
@@ -19,4 +20,6 @@ run(${CMAKE_COMMAND} --build ${client})
 # A client's program has the DLLs beside it.
 file(GLOB libraries ${prefix}/bin/*.dll)
 file(COPY ${libraries} DESTINATION ${client})
-run(${EMULATOR} ${client}/package_client.exe)
+if(NOT BUILD_ONLY)
+    run(${EMULATOR} ${client}/package_client.exe)
+endif()
