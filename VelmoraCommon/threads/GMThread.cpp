@@ -28,7 +28,7 @@ struct Launch
 unsigned int __stdcall Run(void * argument)
 {
     Launch const launch = *std::unique_ptr<Launch>(static_cast<Launch *>(argument));
-    std::srand(static_cast<unsigned int>(std::time(nullptr)));
+    std::srand(static_cast<unsigned int>(_time64(nullptr)));
     unsigned int code = 0;
     try
     {
