@@ -11,10 +11,4 @@ GMMutex::~GMMutex()
     delete m_section;
 }
 
-void GMMutex::Lock() const { EnterCriticalSection(m_section); }
-
-bool GMMutex::TryLock() const { return TryEnterCriticalSection(m_section) != FALSE; }
-
-void GMMutex::UnLock() const { LeaveCriticalSection(m_section); }
-
 } // namespace Velmora

@@ -21,12 +21,12 @@ public:
     ~GMMutex();
 
     /// Waits without limit.
-    void Lock() const;
+    void Lock() const { EnterCriticalSection(m_section); }
 
     /// Doesn't wait. \return false if another thread holds the lock
-    bool TryLock() const;
+    bool TryLock() const { return TryEnterCriticalSection(m_section) != FALSE; }
 
-    void UnLock() const;
+    void UnLock() const { LeaveCriticalSection(m_section); }
 
 private:
     CRITICAL_SECTION * m_section; // owned
