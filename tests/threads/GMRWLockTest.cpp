@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <atomic>
 #include <functional>
-#include <optional>
+#include <memory>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -80,11 +80,12 @@ TEST(GMRWLock, LetsReadersInTogetherAndWritersFirst)
 
 TEST(GMRWLock, IsDestroyedAfterTheLastReaderHasLeft)
 {
-    std::optional<GMRWLock> lock(std::in_place);
-    lock->ReadLock();
+    auto lock = std::make_unique<GMRWLock>();
+    GMRWLock & inside = *lock;
+    inside.ReadLock();
     Background owner([&] { lock.reset(); });
     EXPECT_TRUE(owner.IsStuck());
-    lock->ReadUnLock();
+    inside.ReadUnLock();
     EXPECT_TRUE(owner.Ends());
 }
 
