@@ -1,0 +1,224 @@
+#include "VelmoraCommon/text/GMLetterConvert.h"
+
+#include <set>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/LongRun.h"
+#include "tests/support/Mutator.h"
+
+namespace Velmora::Testing
+{
+
+namespace
+{
+
+using Pieces = std::vector<std::pair<GMStringA, GMStringA>>;
+
+GMStringA Character(int row, int position)
+{
+    return {static_cast<char>(0xA0 + row), static_cast<char>(0xA0 + position)};
+}
+
+} // namespace
+
+TEST(GMLetterConvert, FindsSyllablesByPosition)
+{
+    struct Case
+    {
+        int first;
+        int last;
+        char const * syllable;
+    };
+    Case const cases[] = {
+        {1601, 1602, "A"},
+        {1603, 1615, "AI"},
+        {1616, 1624, "AN"},
+        {1625, 1627, "ANG"},
+        {1628, 1636, "AO"},
+        {1788, 1794, "BING"},
+        {1801, 1802, "BING"},
+        {3842, 3842, "PO"},
+        {5566, 5573, "ZU"},
+        {5574, 5575, "ZUAN"},
+        {5576, 5579, "ZUI"},
+        {5580, 5581, "ZUN"},
+        {5582, 5589, "ZUO"},
+        {5601, 5601, "CHU"},
+        {5602, 5602, "?"},
+        {5603, 5603, "WU"},
+        {8793, 8793, "ZHA"},
+        {8794, 8794, "HAN"},
+        {5590, 5600, "?"},
+        {-1, 1600, "?"},
+        {1695, 1700, "?"},
+        {8795, 9000, "?"},
+        {2387, 2387, "FU"},
+        {4582, 4582, "WAN"},
+        {3714, 3714, "NV"},
+        {3432, 3432, "LV"},
+        {7847, 7847, "N\xA8\xB5"},
+        {-2147483647, -2147483640, "?"},
+        {2147483640, 2147483646, "?"},
+    };
+    GMLetterConvert convert(true, false, false, true); // no say here
+    for (Case const & each : cases)
+    {
+        for (int code = each.first; code <= each.last; ++code)
+            EXPECT_EQ(each.syllable, convert.FindLetter(code)) << code;
+    }
+}
+
+TEST(GMLetterConvert, HoldsBothLevels)
+{
+    GMLetterConvert convert;
+    unsigned int ranges = 0;
+    unsigned int radicals = 0;
+    std::set<GMStringA> bounds;
+    GMStringA before;
+    for (int row = 1; row <= 94; ++row)
+    {
+        for (int position = 1; position <= 94; ++position)
+        {
+            GMStringA const syllable = convert.FindLetter(row * 100 + position);
+            GMStringA const byBound = convert.ConvertChineseToLetterEx(Character(row, position));
+            if (row < 16)
+            {
+                EXPECT_EQ("", byBound);
+            }
+            if (row < 16 || row > 87 || (row == 55 && position > 89))
+                EXPECT_EQ("?", syllable);
+            else if (row < 56)
+            {
+                ranges += syllable != before ? 1u : 0u;
+                bounds.insert(byBound);
+            }
+            else
+            {
+                radicals += syllable != "?" ? 1u : 0u;
+                EXPECT_EQ("zuo", byBound);
+            }
+            before = syllable;
+        }
+    }
+    EXPECT_EQ(389u, ranges);
+    EXPECT_EQ(396u, bounds.size());
+    EXPECT_EQ(2825u, radicals);
+}
+
+TEST(GMLetterConvert, ShapesSyllables)
+{
+    struct Case
+    {
+        bool flags[4];
+        char const * text;
+        char const * letters;
+    };
+    Case const cases[] = {
+        {{}, "", ""},
+        {{}, "\xB0\xA1x", "ax"},
+        {{true, true, true, false}, "\xB0\xA1x", "A'x'"},
+        {{false, true, false, true}, "\xB0\xA1", "A"},
+        {{false, false, false, true}, "\xB0\xA1", "a"},
+        {{false, false, false, true}, "\xD8\xA1", "c"},
+        {{false, true, true, false}, "\xD8\xA1", "CHU"},
+        {{false, true, false, false}, "\xD8\xA1", "Chu"},
+        {{false, false, true, false}, "\xD8\xA1", "cHU"},
+        {{false, true, true, false}, "\xA1\xA1", "?"},
+        {{}, "\xA1\xA1\xD8\xA2", "__"},
+        {{}, "\xEE\xCF", "n\xC8\xD5"}, // the addition doesn't look at the byte
+        // bytes that begin no character
+        {{true, false, false, false},
+         "\x80\xA0"
+         "a\xB0",
+         "a'"},
+        {{true, false, false, false},
+         "\xB0"
+         "a\xB0\xA0\xB0\xA1",
+         "a'a'"},
+        {{}, "\xFF\xFF\xFF", "_"},
+    };
+    for (Case const & each : cases)
+    {
+        auto const & [separator, first, rest, one] = each.flags;
+        GMLetterConvert convert(separator, first, rest, one);
+        EXPECT_EQ(each.letters, convert.ConvertChineseToLetter(each.text))
+            << testing::PrintToString(each.text);
+    }
+}
+
+TEST(GMLetterConvert, GivesPieces)
+{
+    GMLetterConvert convert(true, true);
+    Pieces pieces{{"old", "old"}};
+    EXPECT_FALSE(convert.ConvertChineseToLetter("", pieces));
+    EXPECT_FALSE(convert.ConvertChineseToLetter("a\x80", pieces));
+    EXPECT_TRUE(convert.ConvertChineseToLetter("\xA1\xA1\xD8\xA1\xB0", pieces));
+    EXPECT_EQ((Pieces{{"old", "old"},
+                      {"a", "a"},
+                      {"\x80", "\x80"},
+                      {"\xA1\xA1", "?"},
+                      {"\xD8\xA1", "Chu"},
+                      {"\xB0", "\xB0"}}),
+              pieces);
+
+    for (char const * text : {"", "abc", "\x80\xFE", "\xB0",
+                              "\xB0"
+                              "a\xA1"})
+        EXPECT_FALSE(convert.ContainsChinese(text));
+    for (char const * text : {"\xB0\xA1", "a\xA1\xA1", "\x81\xA1\xA1"})
+        EXPECT_TRUE(convert.ContainsChinese(text));
+}
+
+TEST(GMLetterConvert, ReadsByBounds)
+{
+    struct Case
+    {
+        char const * text;
+        char const * letters;
+    };
+    Case const cases[] = {
+        {"", ""},
+        {"\xB0\xA1x\xB0\xA2", "axa"},
+        {"\xB0\xA3", "ai"},
+        {"\xB0\xA0", ""},
+        {"\xD7\xF1\xD7\xF2\xD7\xF9", "zunzuozuo"},
+        {"\xA1\xA1", ""},
+        {"\xFF\x41\xFF\x80", "\xFF"
+                             "Azuo"},
+        {"\xB1\x20", "bing"}, // between two rows of the set
+        {"a\xB0", "a"},
+    };
+    GMLetterConvert convert(true, true, true, true); // no say here
+    for (Case const & each : cases)
+        EXPECT_EQ(each.letters, convert.ConvertChineseToLetterEx(each.text))
+            << testing::PrintToString(each.text);
+    EXPECT_EQ("zuo", convert.ConvertChineseToLetterEx(GMStringA("\xFF\0", 2)));
+}
+
+TEST(GMLetterConvert, GluesItsPieces)
+{
+    Random random(5);
+    GMLetterConvert convert(false, true, true);
+    for (unsigned int round = Rounds(2000, 100000); round != 0; --round)
+    {
+        GMStringA text(random.Below(1500), '\0');
+        for (char & each : text)
+            each = static_cast<char>(random.Below(256));
+        Pieces pieces;
+        convert.ConvertChineseToLetter(text, pieces);
+        GMStringA source;
+        GMStringA letters;
+        for (auto const & [piece, reading] : pieces)
+        {
+            source += piece;
+            if (piece.size() == 2 || static_cast<unsigned char>(piece[0]) < 0x80)
+                letters += reading;
+        }
+        ASSERT_EQ(text, source);
+        ASSERT_EQ(letters, convert.ConvertChineseToLetter(text));
+        convert.ConvertChineseToLetterEx(text);
+    }
+}
+
+} // namespace Velmora::Testing
