@@ -1,0 +1,145 @@
+#include "VelmoraCommon/text/GMUrlEncode.h"
+
+#include <gtest/gtest.h>
+
+#include "VelmoraCommon/text/GMStringConvert.h"
+#include "tests/support/LongRun.h"
+#include "tests/support/Mutator.h"
+
+namespace Velmora::Testing
+{
+
+TEST(GMUrlEncode, EncodesBytes)
+{
+    struct Case
+    {
+        char const * text;
+        char const * encoded;
+    };
+    Case const cases[] = {
+        {"", ""},
+        {"a b", "a%20b"},
+        {"\t\n\v\f\r", "%20%20%20%20%20"},
+        {"a+b", "a%2Bb"},
+        {"a/b?c=1", "a%2Fb%3Fc%3D1"},
+        {"a.b-c_d*@", "a.b-c_d*@"},
+        {"/09:@AZ[`az{", "%2F09%3A@AZ%5B%60az%7B"},
+        {"\x01\x1F\x7F\x80\xFF\xA0", "%01%1F%7F%80%FF%A0"},
+    };
+    for (Case const & each : cases)
+        EXPECT_EQ(each.encoded, GMUrlEncode::EncodeA(each.text)) << each.text;
+    EXPECT_EQ("%00", GMUrlEncode::EncodeA(GMStringA(1, '\0')));
+}
+
+TEST(GMUrlEncode, DecodesBytes)
+{
+    struct Case
+    {
+        char const * text;
+        char const * decoded;
+    };
+    Case const cases[] = {
+        {"", ""},         {"a+b", "a+b"},
+        {"%20", " "},     {"%41%4a%4A%fF", "AJJ\xFF"},
+        {"a%2", "a%2"},   {"%", "%"},
+        {"%41%", "A%"},   {"%%41", "%A"},
+        {"%zz%", "%zz%"}, {"%4g%G4", "\x04%G4"},
+        {"%2541", "%41"},
+    };
+    for (Case const & each : cases)
+        EXPECT_EQ(each.decoded, GMUrlEncode::DecodeA(each.text)) << each.text;
+    EXPECT_EQ(GMStringA(1, '\0'), GMUrlEncode::DecodeA("%00"));
+}
+
+TEST(GMUrlEncode, DecodesWhatItEncoded)
+{
+    Random random(5);
+    for (unsigned int i = 0; i < Rounds(100000, 1000000); ++i)
+    {
+        GMStringA text(random.Below(24), '\0');
+        for (char & byte : text)
+            byte = static_cast<char>(random.Below(256));
+        GMStringA const encoded = GMUrlEncode::EncodeA(text);
+        for (char & byte : text)
+            byte = byte >= '\t' && byte <= '\r' ? ' ' : byte;
+        ASSERT_EQ(text, GMUrlEncode::DecodeA(encoded)) << encoded;
+
+        GMUrlEncode::DecodeA(text); // any bytes will do
+        GMString wide;
+        for (std::size_t n = random.Below(12); n != 0; --n)
+            wide += random.Pick(GMString(L"a %+=&\xE9\x4E2D\xFFFD"));
+        ASSERT_EQ(wide, GMUrlEncode::Decode(GMUrlEncode::Encode(wide, true), true));
+    }
+}
+
+TEST(GMUrlEncode, GoesThroughTheCodePage)
+{
+    EXPECT_EQ(L"%E4%B8%AD", GMUrlEncode::Encode(L"\x4E2D", true));
+    EXPECT_EQ(L"\x4E2D", GMUrlEncode::Decode(L"%e4%b8%ad", true));
+    EXPECT_EQ(L"%F0%9F%98%80", GMUrlEncode::Encode(L"\xD83D\xDE00", true));
+    EXPECT_EQ(L"", GMUrlEncode::Encode(L"", true));
+
+    GMStringConvert::SetDefaultCodePage(936);
+    EXPECT_EQ(L"%D6%D0", GMUrlEncode::Encode(L"\x4E2D", false));
+    EXPECT_EQ(L"\x4E2D\x4E2D", GMUrlEncode::Decode(L"\x4E2D%D6%d0", false));
+    GMStringConvert::SetDefaultCodePage(0);
+}
+
+TEST(GMUrlEncode, BuildsAQuery)
+{
+    GMUrlEncode url(L"http://a.b", true);
+    EXPECT_EQ(L"http://a.b", url.GetEncodedUrl());
+    url.AddGetParams(L"");
+    url.AddGetParam(L"", L"1", true);
+    url.AddGetParam(L"a", L"x \xE9", false);
+    url.AddGetParam(L"b", 4294967295u);
+    url.AddGetParam(L"c", 18446744073709551615ull);
+    url.AddGetParam(L"d e", L"%20 ", true);
+    url.AddGetParams(L"&f=1");
+    url.AddGetParams(L"g");
+    GMString const params = L"a=x%20%C3%A9&b=4294967295&c=18446744073709551615&d e=%20 &f=1&g";
+    EXPECT_EQ(params, url.GetParams());
+    EXPECT_EQ(L"http://a.b?" + params, url.GetEncodedUrl());
+}
+
+TEST(GMUrlEncode, EncodesValuesInPlace)
+{
+    struct Case
+    {
+        wchar_t const * url;
+        wchar_t const * encoded;
+    };
+    Case const cases[] = {
+        {L"", L""},
+        {L"http://a.b/c d", L"http://a.b/c d"},
+        {L"http://a.b/c?x=1 2&y=\xE9", L"http://a.b/c?x=1%202&y=%C3%A9"},
+        {L"http://a.b/c?x", L"http://a.b/c"},
+        {L"a=b/c?", L"a=b/c"},
+        {L"?x=1&y", L"?x=1&"},
+        {L"?x=&y=", L"?x=&y="},
+        {L"?x=1=2?&&y z=3", L"?x=1%3D2%3F&&y z=3"},
+        {L"?x&y=1/2", L"?x&y=1%2F2"},
+    };
+    for (Case const & each : cases)
+        EXPECT_EQ(each.encoded, GMUrlEncode::EncodeEx(each.url, true)) << each.url;
+}
+
+TEST(GMUrlEncode, TurnsDigitsIntoNumbers)
+{
+    for (unsigned char number = 0; number < 16; ++number)
+    {
+        unsigned char const digit = GMUrlEncode::ToHex(number);
+        EXPECT_EQ("0123456789ABCDEF"[number], digit);
+        EXPECT_EQ(number, GMUrlEncode::FromHex(digit));
+    }
+    EXPECT_EQ('a' - 55, GMUrlEncode::FromHex('a'));
+    GMStringA special;
+    for (unsigned int byte = 0; byte < 256; ++byte)
+    {
+        if (GMUrlEncode::IsSpecial(static_cast<unsigned char>(byte)))
+            special += static_cast<char>(byte);
+    }
+    EXPECT_EQ("*-.@_", special);
+}
+
+} // namespace Velmora::Testing

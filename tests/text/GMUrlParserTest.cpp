@@ -1,0 +1,130 @@
+#include "VelmoraCommon/text/GMUrlParser.h"
+
+#include <gtest/gtest.h>
+
+#include "VelmoraCommon/text/GMUrlEncode.h"
+#include "VelmoraCommon/text/GMUrlPathTools.h"
+#include "tests/support/LongRun.h"
+#include "tests/support/Mutator.h"
+
+namespace Velmora::Testing
+{
+
+TEST(GMUrlParser, TakesUrlsApart)
+{
+    struct Case
+    {
+        wchar_t const * url;
+        wchar_t const * host;
+        unsigned short port;
+        wchar_t const * baseUrl;
+        wchar_t const * filePath;
+    };
+    // Where the URL has no scheme the base URL shows that of the object, "x".
+    Case const cases[] = {
+        {L"https://a.b:8443/c/d?e=1", L"a.b", 8443, L"https://a.b:8443/c/d", L"/c/d?e=1"},
+        {L"http://a.b", L"a.b", 80, L"http://a.b", L"/"},
+        {L" \thttps://a.b/", L"a.b", 443, L"https://a.b", L"/"},
+        {L"HTTPS://a.b", L"a.b", 80, L"HTTPS://a.b", L"/"},
+        {L"http://a.b:443", L"a.b", 443, L"http://a.b", L"/"},
+        {L"http://a.b:65617/", L"a.b", 81, L"http://a.b:65617", L"/"},
+        {L"http://a.b:/c", L"a.b", 0, L"http://a.b:0/c", L"/c"},
+        {L"http://a.b:8x/c", L"a.b", 8, L"http://a.b:8/c", L"/c"},
+        {L"a.b/c", L"a.b", 80, L"x://a.b/c", L"/c"},
+        {L"a.b:8080/c", L"", 80, L"", L"/"},
+        {L"a.b/c?d=e:f", L"", 80, L"", L"/"},
+        {L"https:/a.b", L"", 443, L"", L"/"},
+        {L":.", L"", 0, L"", L"/"}, // no scheme, but the host ends at once
+        {L"http://a.b?c=1", L"a.b?c=1", 80, L"http://a.b?c=1", L"/"},
+        {L"http://a.b/?c=1?2", L"a.b", 80, L"http://a.b/", L"/?c=1?2"},
+        {L"http://a.b//c:1/", L"a.b", 80, L"http://a.b//c:1/", L"//c:1/"},
+        {L"http:///c.d", L"", 80, L"/c.d", L"/c.d"},
+        {L"http://[1.2::3]:81/x", L"[1.2::3]", 81, L"http://[1.2::3]:81/x", L"/x"},
+        {L"http://[1.2::3]", L"[1.2::3]", 80, L"http://[1.2::3]", L"/"},
+        {L"http://[1.2::3:81/x", L"", 80, L"", L"/"},
+    };
+    for (Case const & each : cases)
+    {
+        SCOPED_TRACE(::testing::Message() << each.url);
+        GMUrlParser parser;
+        ASSERT_TRUE(parser.Parse(L"x://old.old:1/old?old=1"));
+        ASSERT_TRUE(parser.Parse(each.url));
+        EXPECT_EQ(each.host, parser.GetHost());
+        EXPECT_EQ(each.port, parser.GetPort());
+        EXPECT_EQ(each.baseUrl, parser.GetBaseUrl());
+        EXPECT_EQ(each.filePath, parser.GetFilePath());
+    }
+}
+
+TEST(GMUrlParser, RefusesWhatIsNoUrl)
+{
+    GMUrlParser parser;
+    ASSERT_TRUE(parser.Parse(L"s://a.b:1/c?d"));
+    for (wchar_t const * url : {L"", L"localhost", L"-x.y", L".x", L"http://localhost:80/"})
+    {
+        EXPECT_FALSE(parser.Parse(url)) << url;
+        EXPECT_EQ(L"s://a.b:1/c?d", parser.GetUrl()) << url;
+    }
+}
+
+TEST(GMUrlParser, ReadsParameters)
+{
+    GMUrlParser parser;
+    std::map<GMString, GMString> params{{L"old", L"1"}};
+    parser.GetParamsMap(params);
+    EXPECT_TRUE(params.empty());
+    ASSERT_TRUE(parser.Parse(L"http://a.b/?a=1&b&c=2=3&a=4&%20=+&"));
+    parser.GetParamsMap(params);
+    std::map<GMString, GMString> const expected = {
+        {L"a", L"1"}, {L"b", L""}, {L"c", L"2=3"}, {L"%20", L"+"}};
+    EXPECT_EQ(expected, params);
+    EXPECT_EQ(L"2=3", parser.GetParam(L"c"));
+    EXPECT_EQ(L"", parser.GetParam(L"d"));
+}
+
+TEST(GMUrlParser, AddsParameters)
+{
+    GMString url = L"http://a.b";
+    GMUrlParser::AddParam(url, L"x", L"1");
+    EXPECT_EQ(L"http://a.b?x=1", url);
+    GMUrlParser::AddParam(url, L"y", L"");
+    EXPECT_EQ(L"http://a.b?x=1&y", url);
+    for (GMString start : {L"http://a.b?", L"http://a.b?z&"})
+    {
+        url = start;
+        GMUrlParser::AddParam(url, L"x", L"a b");
+        EXPECT_EQ(start + L"x=a b", url);
+    }
+}
+
+TEST(GMUrlParser, TakesAnyText)
+{
+    Random random(6);
+    std::vector<GMString> const pieces = {L"http://", L"https:", L"//", L"/", L":", L"[",  L"]",
+                                          L"?",       L"&",      L"=",  L".", L"-", L"81", L"a"};
+    GMString base = L"a.b";
+    for (unsigned int i = 0; i < Rounds(100000, 1000000); ++i)
+    {
+        GMString url;
+        for (std::size_t n = random.Below(12); n != 0; --n)
+            url += random.Pick(pieces);
+        GMUrlPathTools::GetFullUrlPath(base, url);
+        base = url;
+        GMUrlEncode::EncodeEx(url, true);
+        GMUrlPathTools::Join(url, L"x");
+
+        GMUrlParser parser;
+        if (!parser.Parse(url) || parser.GetHost().empty() ||
+            parser.GetUrl().find(L'.') == GMString::npos) // it was behind the port
+        {
+            continue;
+        }
+        // What the object says of itself is the same URL once more.
+        GMUrlParser again;
+        ASSERT_TRUE(again.Parse(parser.GetUrl())) << url;
+        ASSERT_EQ(parser.GetHost(), again.GetHost()) << url;
+        ASSERT_EQ(parser.GetFilePath(), again.GetFilePath()) << url;
+    }
+}
+
+} // namespace Velmora::Testing

@@ -1,0 +1,46 @@
+#include "VelmoraCommon/text/GMUrlPathTools.h"
+
+#include <gtest/gtest.h>
+
+namespace Velmora::Testing
+{
+
+TEST(GMUrlPathTools, JoinsUrlAndParameters)
+{
+    EXPECT_EQ(L"http://a.b/c?x=1", GMUrlPathTools::Join(L"http://a.b/c", L"x=1"));
+    EXPECT_EQ(L"http://a.b/c?y=2&x=1", GMUrlPathTools::Join(L"http://a.b/c?y=2", L"x=1"));
+    EXPECT_EQ(L"?x", GMUrlPathTools::Join(L"", L"x"));
+}
+
+TEST(GMUrlPathTools, ResolvesLinks)
+{
+    struct Case
+    {
+        wchar_t const * base;
+        wchar_t const * link;
+        wchar_t const * url;
+    };
+    Case const cases[] = {
+        {L"http://a.b/c/d.html", L"e.png", L"http://a.b/c/e.png"},
+        {L"http://a.b/c/d.html", L"../e.png", L"http://a.b/c/../e.png"},
+        {L"http://a.b/c/d.html", L"/e.png", L"http://a.b/e.png"},
+        {L"http://a.b/c/d.html", L"//x.y/z", L"http://x.y/z"},
+        {L"http://a.b/c/d.html", L"ftp://q", L"ftp://q"},
+        {L"http://a.b/c/?d=/e/", L"f", L"http://a.b/c/f"},
+        {L"http://a.b", L"e", L"http://a.b/e"},
+        {L"http://a.b:81/c", L"e", L"http://a.b:81/e"},
+        {L"http://a.b:443/c", L"/e", L"http://a.b:443/e"},
+        {L"https://a.b/c", L"/e", L"https://a.b/e"},
+        {L"https://a.b:80/c", L"e", L"https://a.b:80/e"},
+        {L"https://a.b:443/c", L"//e", L"https://e"},
+        {L"HTTPS://a.b/c", L"e", L"HTTPS://a.b:80/e"}, // only "https" has a port of its own
+        {L"a.b/c", L"//e", L"http://e"},
+        {L"localhost", L"e", L"e"},
+        {L"", L"e", L"e"},
+        {L"http://a.b", L"", L""},
+    };
+    for (Case const & each : cases)
+        EXPECT_EQ(each.url, GMUrlPathTools::GetFullUrlPath(each.base, each.link)) << each.link;
+}
+
+} // namespace Velmora::Testing
