@@ -17,5 +17,6 @@ void MeasureTextFiles(Report & report);
 void MeasureThreads(Report & report);
 void MeasureTokens(Report & report);
 void MeasureTrees(Report & report);
+void MeasureUrls(Report & report);
 
 } // namespace Velmora::Benchmarks

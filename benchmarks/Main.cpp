@@ -20,6 +20,7 @@ int main(int argc, char ** argv)
     MeasureThreads(report);
     MeasureTokens(report);
     MeasureTrees(report);
+    MeasureUrls(report);
     std::printf("%u bars missed\n", report.Missed());
     return report.Missed() == 0 ? 0 : 1;
 }
