@@ -1,9 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <string>
 
-#include "VelmoraCommon/frame/WindowsApi.h"
+#include "VelmoraCommon/frame/internal/ScopedHandle.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/LongRun.h"
 #include "tests/support/Mutator.h"
@@ -142,6 +143,57 @@ TEST_F(Reginstall, InstallsWhatTheFileSays)
         EXPECT_EQ(m_before, Snapshot());
         DeleteFileW(m_folder.File(L"a.undo").c_str());
     }
+}
+
+TEST_F(Reginstall, LeavesBothViewsAsTheyWere)
+{
+    // The local machine's software is what has two views; they differ before the install:
+    // each holds a key that is named by the number of the view.
+    std::wstring const path =
+        L"Software\\VelmoraCommonTest-" + std::to_wstring(GetCurrentProcessId());
+    std::wstring const key = L"HKEY_LOCAL_MACHINE\\" + path;
+    constexpr REGSAM views[] = {KEY_WOW64_32KEY, KEY_WOW64_64KEY};
+    constexpr REGSAM ownView = sizeof(void *) == 4 ? KEY_WOW64_32KEY : KEY_WOW64_64KEY;
+    auto const trees = [&]
+    {
+        return std::array{RegistrySnapshot(HKEY_LOCAL_MACHINE, path, views[0]),
+                          RegistrySnapshot(HKEY_LOCAL_MACHINE, path, views[1])};
+    };
+    for (REGSAM const view : views)
+    {
+        ScopedRegKey made;
+        RegCreateKeyExW(HKEY_LOCAL_MACHINE, (path + L"\\Old\\" + std::to_wstring(view)).c_str(), 0,
+                        nullptr, 0, KEY_ALL_ACCESS | view, nullptr, made.Receive(), nullptr);
+        RegSetValueExW(made.Get(), L"v", 0, REG_DWORD, reinterpret_cast<BYTE const *>(&view), 4);
+    }
+    auto const before = trees();
+
+    struct Case
+    {
+        wchar_t const * option;
+        bool changes[2]; // of the views, in their order
+    };
+    Case const cases[] = {
+        {L"default", {ownView == views[0], ownView == views[1]}},
+        {L"64", {false, true}},
+        {L"both", {ownView == views[0], true}},
+    };
+    Write(L"a.reg", L"[" + key + L"\\New\\Below]\r\n\"n\"=\"1\"\r\n[" + key +
+                        L"\\Old\\256]\r\n\"v\"=\"2\"\r\n[-" + key + L"\\Old\\512]\r\n");
+    for (Case const & each : cases)
+    {
+        std::wstring const install = L"install a.reg --undo a.undo --view ";
+        EXPECT_EQ(0u, Run(install + each.option)) << Output();
+        auto const changed = trees();
+        for (int i = 0; i < 2; ++i)
+            EXPECT_EQ(each.changes[i], changed[i] != before[i])
+                << "case " << &each - cases << " view " << i;
+        EXPECT_EQ(0u, Run(L"undo a.undo")) << Output();
+        EXPECT_EQ(before, trees()) << "case " << &each - cases;
+        DeleteFileW(m_folder.File(L"a.undo").c_str());
+    }
+    for (REGSAM const view : views)
+        DeleteRegistryTree(HKEY_LOCAL_MACHINE, path, view);
 }
 
 TEST_F(Reginstall, RefusesBeforeAnythingChanges)
