@@ -137,20 +137,29 @@ GMString GMUrlEncode::GetEncodedUrl() const
 
 GMStringA GMUrlEncode::EncodeA(GMStringA const & text)
 {
-    std::size_t length = 0;
-    for (char const byte : text)
-        length += encodedBytes[static_cast<unsigned char>(byte)].length;
+    // By way of the stack, piece by piece: counting first and clearing the room for the result
+    // would each take as long as the encoding.
+    constexpr std::size_t pieceBytes = 1024;
+    // Three bytes are copied at any rate, since that takes no decision; the last one has room, too.
+    char piece[pieceBytes * escapeLength];
 
-    // Three bytes are copied at any rate, since that takes no decision; so the last one needs room.
-    GMStringA encoded(length + escapeLength - 1, '\0');
-    char * to = encoded.data();
-    for (char const byte : text)
+    GMStringA encoded;
+    encoded.reserve(text.size());
+    char const * from = text.data();
+    char const * const end = from + text.size();
+    while (from != end)
     {
-        EncodedByte const & entry = encodedBytes[static_cast<unsigned char>(byte)];
-        std::memcpy(to, entry.text, escapeLength);
-        to += entry.length;
+        char const * const pieceEnd =
+            from + std::min(pieceBytes, static_cast<std::size_t>(end - from));
+        char * to = piece;
+        for (; from != pieceEnd; ++from)
+        {
+            EncodedByte const & entry = encodedBytes[static_cast<unsigned char>(*from)];
+            std::memcpy(to, entry.text, escapeLength);
+            to += entry.length;
+        }
+        encoded.append(piece, static_cast<std::size_t>(to - piece));
     }
-    encoded.resize(length);
     return encoded;
 }
 
