@@ -1,6 +1,8 @@
 #!/bin/sh
 # wine.sh start|stop        begins or ends the Wine server of $WINEPREFIX, making the prefix at first use
 # wine.sh PROGRAM [ARG...]  runs a Windows program in that prefix
+# wine.sh captured PROGRAM [ARG...]
+#                           the same, and prints what it wrote when it has ended
 #
 # The prefix is this project's own. Nobody else's prefix, display or desktop entries are touched.
 : "${WINEPREFIX:?set WINEPREFIX to the folder of the prefix}"
@@ -32,6 +34,17 @@ start) start ;;
 stop)
     quiet wineserver -k
     quiet wineserver -w
+    ;;
+captured)
+    # Wine's processes inherit the error stream. One that outlives a killed program would keep the
+    # pipe of whoever waits for the output open.
+    shift
+    output=$(mktemp) || exit 1
+    wine "$@" </dev/null >"$output" 2>&1
+    code=$?
+    cat "$output"
+    rm -f "$output"
+    exit $code
     ;;
 *) exec wine "$@" ;;
 esac

@@ -31,7 +31,7 @@ ChildProcess::ChildProcess(std::wstring commandLine, std::wstring const & output
     startup.hStdOutput = output.Get();
     startup.hStdError = output.Get();
     PROCESS_INFORMATION started = {};
-    if (!CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, CREATE_NO_WINDOW,
+    if (!CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr, TRUE, DETACHED_PROCESS,
                         nullptr, nullptr, &startup, &started))
     {
         throw std::runtime_error("ChildProcess: not started");
