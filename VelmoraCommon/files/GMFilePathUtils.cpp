@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "VelmoraCommon/files/internal/DirectoryListing.h"
+#include "VelmoraCommon/files/internal/Halves.h"
 #include "VelmoraCommon/files/internal/PathText.h"
 #include "VelmoraCommon/frame/internal/ScopedHandle.h"
 #include "VelmoraCommon/frame/internal/SystemText.h"
@@ -31,11 +32,6 @@ bool Has(DWORD attributes, DWORD attribute)
 }
 
 DWORD AttributesOf(GMString const & path) { return GetFileAttributesW(PlainPath(path).c_str()); }
-
-unsigned __int64 Join(DWORD high, DWORD low)
-{
-    return (static_cast<unsigned __int64>(high) << 32) | low;
-}
 
 void ClearReadOnly(GMString const & path, DWORD attributes)
 {
@@ -191,7 +187,7 @@ unsigned __int64 GMFilePathUtils::FileSize(GMString const & path)
     ScopedFind const find(FindFirstFileW(path.c_str(), &entry));
     if (!find || Has(entry.dwFileAttributes, FILE_ATTRIBUTE_DIRECTORY))
         return 0;
-    return Join(entry.nFileSizeHigh, entry.nFileSizeLow);
+    return JoinHalves(entry.nFileSizeHigh, entry.nFileSizeLow);
 }
 
 unsigned __int64 GMFilePathUtils::FileSizeRecursive(GMString const & path)
@@ -208,7 +204,7 @@ unsigned __int64 GMFilePathUtils::FileSizeRecursive(GMString const & path)
               [&size](GMString const &, DirectoryListing const & entry)
               {
                   if (!entry.IsDirectory())
-                      size += Join(entry.Entry().nFileSizeHigh, entry.Entry().nFileSizeLow);
+                      size += JoinHalves(entry.Entry().nFileSizeHigh, entry.Entry().nFileSizeLow);
               });
     return size;
 }
@@ -219,7 +215,7 @@ __int64 GMFilePathUtils::GetFileModifyTime(GMString const & path)
     if (!GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data))
         return 0;
     FILETIME const time = data.ftLastWriteTime;
-    auto const ticks = static_cast<__int64>(Join(time.dwHighDateTime, time.dwLowDateTime));
+    auto const ticks = static_cast<__int64>(JoinHalves(time.dwHighDateTime, time.dwLowDateTime));
     return ticks == 0 ? 0 : (ticks - fileTimeOf1970) / fileTimePerSecond;
 }
 
