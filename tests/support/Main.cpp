@@ -39,6 +39,7 @@ class HandleCheck : public ::testing::Environment
         ScratchKey const key;
         TemporaryFolder const folder;
         WriteBytes(folder.File(L"a"), "a");
+        GetPrivateProfileIntW(L"", L"", 0, folder.File(L"a").c_str());
         SCOPED_TRACE("GoogleTest watches a thread from its first trace on");
         for (HKEY root : {HKEY_CLASSES_ROOT, HKEY_LOCAL_MACHINE, HKEY_USERS, HKEY_CURRENT_CONFIG})
         {
