@@ -54,7 +54,7 @@ public:
     unsigned int GetKeyValues(std::map<GMString, GMString> & map, GMString const & section) const;
 
     /// Puts the names of the sections in place of what the vector held. The system cuts the list,
-    /// in the middle of a name too, where it doesn't fit 2046 units with one for each name's end.
+    /// in the middle of a name too, where it doesn't fit 2047 units with one for each name's end.
     /// \return the number of names; when 0 the vector is unchanged
     unsigned int GetSections(std::vector<GMString> & sections) const;
 
