@@ -1,8 +1,11 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "VelmoraCommon/files/GMFileFinderEnum.h"
 #include "VelmoraCommon/files/GMFilePathUtils.h"
+#include "VelmoraCommon/files/GMFindFile.h"
 #include "VelmoraCommon/frame/internal/ScopedHandle.h"
+#include "benchmarks/CallCounter.h"
 #include "benchmarks/Families.h"
 
 namespace Velmora::Benchmarks
@@ -25,6 +28,7 @@ public:
 
     GMString const & Root() const { return m_root; }
     unsigned int Files() const { return m_files; }
+    unsigned int Directories() const { return m_files / filesInDirectory; }
 
     /// Makes the tree anew, with \p groups * 11 + 1 directories.
     void Make(unsigned int groups)
@@ -77,7 +81,9 @@ void WalkPlainly(GMString const & directory, Visit const & visit, Leave const & 
 {
     {
         WIN32_FIND_DATAW entry;
-        ScopedFind const find(FindFirstFileW((directory + L"\\*.*").c_str(), &entry));
+        ScopedFind const find(FindFirstFileExW((directory + L"\\*.*").c_str(), FindExInfoBasic,
+                                               &entry, FindExSearchNameMatch, nullptr,
+                                               FIND_FIRST_EX_LARGE_FETCH));
         for (bool more = static_cast<bool>(find); more; more = FindNextFileW(find.Get(), &entry))
         {
             if (IsDots(entry))
@@ -91,34 +97,100 @@ void WalkPlainly(GMString const & directory, Visit const & visit, Leave const & 
     leave(directory);
 }
 
-void MeasureWalk(Report & report)
+/// Counts files; each comes in two texts or one.
+struct FileCount : GMFileFinderEnumCallback
 {
-    std::string const name = "tree: walk 10,000 files in 551 directories";
-    if (!report.IsWanted(name))
-        return;
-    Tree tree;
-    tree.Make(50);
-    report.Measure({name,
-                    static_cast<double>(tree.Files()),
-                    "files",
-                    [&]
-                    {
-                        unsigned __int64 const size =
-                            GMFilePathUtils::FileSizeRecursive(tree.Root());
-                        Use(&size);
-                    },
-                    {{"FindFirstFileW loop",
-                      [&]
-                      {
-                          unsigned __int64 size = 0;
-                          WalkPlainly(
-                              tree.Root(),
-                              [&](GMString const &, WIN32_FIND_DATAW const & entry)
-                              { size += entry.nFileSizeLow; },
-                              [](GMString const &) {});
-                          Use(&size);
-                      },
-                      Bar::RateAtLeast(0.9)}}});
+    int IsStopped() override { return 0; }
+    int OnDirectory(GMString &) override { return 0; }
+    int OnFile(GMString &, GMString &) override
+    {
+        ++files;
+        return 0;
+    }
+    static bool Add(GMString const &, void * self)
+    {
+        ++static_cast<FileCount *>(self)->files;
+        return true;
+    }
+
+    unsigned int files = 0;
+};
+
+void FindRecursively(GMString const & root)
+{
+    FileCount count;
+    GMFindFile::FindFilesRecursive(root, &FileCount::Add, &count);
+    Use(&count);
+}
+
+void Enumerate(GMString const & root)
+{
+    FileCount count;
+    GMFileFinderEnum(&count, L"*\\.git;*\\obj", true, true).Enumerate(root);
+    Use(&count);
+}
+
+void AddSizes(GMString const & root)
+{
+    unsigned __int64 const size = GMFilePathUtils::FileSizeRecursive(root);
+    Use(&size);
+}
+
+void AddSizesPlainly(GMString const & root)
+{
+    unsigned __int64 size = 0;
+    WalkPlainly(
+        root, [&](GMString const &, WIN32_FIND_DATAW const & entry) { size += entry.nFileSizeLow; },
+        [](GMString const &) {});
+    Use(&size);
+}
+
+/// The calls of the searches that \p walk makes.
+double CallsOf(void (*walk)(GMString const &), GMString const & root)
+{
+    CallCounter<0, decltype(&FindFirstFileExW)> const first("FindFirstFileExW");
+    CallCounter<1, decltype(&FindNextFileW)> const next("FindNextFileW");
+    CallCounter<2, decltype(&FindClose)> const close("FindClose");
+    CallCounter<3, decltype(&CreateFileW)> const open("CreateFileW");
+    CallCounter<4, decltype(&GetFileAttributesW)> const attributes("GetFileAttributesW");
+    g_calls = 0;
+    walk(root);
+    return g_calls;
+}
+
+struct Walk
+{
+    char const * name;
+    void (*run)(GMString const & root);
+};
+constexpr Walk walks[] = {
+    {"FileSizeRecursive", &AddSizes},
+    {"FindFilesRecursive", &FindRecursively},
+    {"GMFileFinderEnum", &Enumerate},
+};
+
+void MeasureWalks(Report & report)
+{
+    std::string const tree = "tree: walk 10,000 files in 551 directories, ";
+    for (Walk const & walk : walks)
+    {
+        std::string const name = tree + walk.name;
+        if (!report.IsWanted(name))
+            continue;
+        Tree files;
+        files.Make(50);
+        report.Measure({name,
+                        static_cast<double>(files.Files()),
+                        "files",
+                        [&] { walk.run(files.Root()); },
+                        {{"FindFirstFileExW loop", [&] { AddSizesPlainly(files.Root()); },
+                          Bar::RateAtLeast(0.9)}}});
+        // A directory is an entry above, has two for itself and its parent, and ends and is closed.
+        unsigned int const entries = files.Files() + 3 * files.Directories();
+        report.Figure(name + ": calls an entry, without ends and closing",
+                      (CallsOf(walk.run, files.Root()) - 2 * files.Directories()) / entries,
+                      "calls", 1.001);
+    }
 }
 
 void MeasureDelete(Report & report)
@@ -153,7 +225,7 @@ void MeasureDelete(Report & report)
 
 void MeasureTrees(Report & report)
 {
-    MeasureWalk(report);
+    MeasureWalks(report);
     MeasureDelete(report);
 }
 
