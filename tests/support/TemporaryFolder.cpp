@@ -52,6 +52,14 @@ TemporaryFolder::TemporaryFolder() : m_path(UniquePath())
 
 TemporaryFolder::~TemporaryFolder() { DeleteTree(m_path); }
 
+std::wstring TemporaryFolder::Write(std::wstring const & name, std::string const & bytes) const
+{
+    for (std::size_t end = 0; (end = name.find(L'\\', end)) != name.npos; ++end)
+        CreateDirectoryW(File(name.substr(0, end)).c_str(), nullptr);
+    WriteBytes(File(name), bytes);
+    return File(name);
+}
+
 void WriteBytes(std::wstring const & path, std::string const & bytes)
 {
     ScopedFile const file(CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,

@@ -20,6 +20,10 @@ public:
     /// Full path of an entry in it.
     std::wstring File(std::wstring const & name) const { return m_path + L"\\" + name; }
 
+    /// Makes or replaces a file in it, and the directories that \p name leads through. \return its
+    ///     full path
+    std::wstring Write(std::wstring const & name, std::string const & bytes = "") const;
+
 private:
     std::wstring m_path;
 };
