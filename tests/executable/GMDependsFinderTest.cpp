@@ -1,0 +1,206 @@
+#include "VelmoraCommon/executable/GMDependsFinder.h"
+
+#include <set>
+#include <sstream>
+
+#include <gmock/gmock.h>
+
+#include "VelmoraCommon/executable/GMPEDepend.h"
+#include "VelmoraCommon/text/GMStringConvert.h"
+#include "VelmoraCommon/text/GMStringUtils.h"
+#include "tests/executable/PEBytes.h"
+#include "tests/support/AllocationMeter.h"
+#include "tests/support/LongRun.h"
+#include "tests/support/Mutator.h"
+#include "tests/support/RealFiles.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace Velmora::Testing
+{
+
+namespace
+{
+
+using ::testing::ElementsAre;
+using Names = std::vector<GMString>;
+
+std::vector<std::string> Lines(std::string const & text)
+{
+    std::istringstream stream(text);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+/// Has both readers read a file of these bytes, with bounds on their memory.
+void ReadBoth(std::wstring const & path, std::string const & bytes)
+{
+    WriteBytes(path, bytes);
+    AllocationMeter const meter;
+    Names names;
+    GMDependsFinder::GetDependLibrarys(path, names);
+    GMPEDepend().GetDependFiles(path, L"", 1);
+    EXPECT_LE(meter.Peak(), 64 * bytes.size() + (16u << 20));
+}
+
+} // namespace
+
+TEST(GMDependsFinder, ListsNamesInFileOrder)
+{
+    TemporaryFolder const folder;
+    std::wstring const path = folder.File(L"a.exe");
+    struct Case
+    {
+        char const * what;
+        std::string bytes;
+        bool works;
+        Names names;
+    };
+    auto const patched = [](std::string bytes, std::size_t at, auto value)
+    {
+        Place(bytes, at, value);
+        return bytes;
+    };
+    std::string const program = ProgramBytes({"KERNEL32.dll", "b.dll", "b.dll"}, {"Late.dll"});
+    constexpr std::size_t directories =
+        ntOffset + offsetof(IMAGE_NT_HEADERS32, OptionalHeader.DataDirectory);
+    constexpr std::size_t importSize = directories + 8 + 4;
+    constexpr std::size_t delayTable = sectionOffset + 4 * 20;
+    Case const cases[] = {
+        {"case and repetition", program, true, {L"KERNEL32.dll", L"b.dll", L"b.dll", L"Late.dll"}},
+        {"delay imports alone", ProgramBytes({}, {"late.dll"}), true, {L"late.dll"}},
+        {"no imports", ProgramBytes({}), true, {}},
+        {"ends at the size told",
+         patched(program, importSize, DWORD(39)),
+         true,
+         {L"KERNEL32.dll", L"Late.dll"}},
+        {"ends at a thunk of 0",
+         patched(program, sectionOffset + 16, DWORD(0)),
+         true,
+         {L"Late.dll"}},
+        {"size beyond the file",
+         patched(program, importSize, 0xFFFFFFFF),
+         true,
+         {L"KERNEL32.dll", L"b.dll", L"b.dll", L"Late.dll"}},
+        {"delayed name of 0 passed over",
+         patched(program, delayTable + 4, DWORD(0)),
+         true,
+         {L"KERNEL32.dll", L"b.dll", L"b.dll"}},
+        {"name cut at 259", ProgramBytes({std::string(400, 'x')}), true, {GMString(259, L'x')}},
+        {"not an image", patched(program, ntOffset + 22, WORD(0)), false, {}},
+        {"no MZ", patched(program, 0, 'm'), false, {}},
+        {"no PE", patched(program, ntOffset, 'p'), false, {}},
+        {"headers near 4 GiB", patched(program, 60, 0xFFFFFFF0), false, {}},
+        {"sections cut off", patched(program, ntOffset + 6, WORD(0xFFFF)), false, {}},
+        {"headers cut off", program.substr(0, ntOffset + 247), false, {}},
+        {"empty", "", false, {}},
+    };
+    for (Case const & each : cases)
+    {
+        SCOPED_TRACE(each.what);
+        WriteBytes(path, each.bytes);
+        Names names;
+        EXPECT_EQ(each.works, GMDependsFinder::GetDependLibrarys(path, names));
+        EXPECT_EQ(each.names, names);
+    }
+    Names names = {L"before"};
+    EXPECT_FALSE(GMDependsFinder::GetDependLibrarys(folder.File(L"missing"), names));
+    EXPECT_THAT(names, ElementsAre(L"before"));
+}
+
+TEST(GMDependsFinder, ComparesWholeNamesWithoutCase)
+{
+    TemporaryFolder const folder;
+    std::wstring const path = folder.File(L"a.exe");
+    WriteBytes(path, ProgramBytes({"KERNEL32.dll", "wild*.dll"}));
+    EXPECT_TRUE(GMDependsFinder::CheckDependLibrary(path, L"kernel32.dll"));
+    EXPECT_FALSE(GMDependsFinder::CheckDependLibrary(path, L"kernel*"));
+    EXPECT_FALSE(GMDependsFinder::CheckDependLibrary(path, L"kernel32.dl"));
+    EXPECT_TRUE(GMDependsFinder::CheckDependLibrary(path, L"WILDER.dll")); // the file's star counts
+    EXPECT_FALSE(GMDependsFinder::CheckDependLibrary(folder.File(L"none"), L"kernel32.dll"));
+
+    std::vector<bool> found = {true};
+    EXPECT_TRUE(GMDependsFinder::CheckDependLibrarys(path, {L"a.dll", L"Kernel32.DLL"}, found));
+    EXPECT_THAT(found, ElementsAre(false, true));
+    EXPECT_FALSE(GMDependsFinder::CheckDependLibrarys(folder.File(L"none"), {L"a.dll"}, found));
+    EXPECT_EQ(2u, found.size());
+    EXPECT_FALSE(GMDependsFinder::CheckDependLibrarys(path, {}, found));
+    EXPECT_TRUE(found.empty());
+}
+
+TEST(GMDependsFinder, AgreesWithAnotherReaderOnRealFiles)
+{
+    auto const files = RealFiles("32");
+    VELMORA_SKIP_WITHOUT(files);
+    for (std::wstring const & path : files)
+    {
+        SCOPED_TRACE(GMStringConvert::GMStringToUtf8(path));
+        Names expected;
+        for (std::string const & line : Lines(ReadBytes(path + L".imports")))
+            expected.push_back(GMString(line.begin(), line.end()));
+        Names names;
+        EXPECT_TRUE(GMDependsFinder::GetDependLibrarys(path, names));
+        EXPECT_EQ(expected, names);
+
+        std::set<GMString> keys;
+        GMPEDepend depend;
+        for (auto const & [name, file] : depend.GetDependFiles(path, L"", 1))
+            keys.insert(name);
+        std::set<GMString> expectedKeys;
+        for (GMString & name : expected)
+        {
+            GMStringUtils::MakeLower(name);
+            expectedKeys.insert(name);
+        }
+        EXPECT_EQ(expectedKeys, keys);
+    }
+}
+
+TEST(GMDependsFinder, FindsNothingInFilesFor64Bits)
+{
+    auto const files = RealFiles("64");
+    VELMORA_SKIP_WITHOUT(files);
+    for (std::wstring const & path : files)
+    {
+        SCOPED_TRACE(GMStringConvert::GMStringToUtf8(path));
+        Names names;
+        EXPECT_TRUE(GMDependsFinder::GetDependLibrarys(path, names));
+        EXPECT_TRUE(names.empty());
+        EXPECT_TRUE(GMPEDepend().GetDependFiles(path, L"", 1).empty());
+    }
+}
+
+TEST(GMDependsFinder, SurvivesCutAndDamagedFiles)
+{
+    TemporaryFolder const folder;
+    std::wstring const path = folder.File(L"a.exe");
+    std::vector<std::string> seeds = {ProgramBytes({"a.dll", "b.dll"}, {"c.dll"})};
+    auto const files = RealFiles("32");
+    for (std::size_t i = 0; i < std::min<std::size_t>(files.size(), 3); ++i)
+        seeds.push_back(ReadBytes(files[i]));
+
+    for (std::string const & seed : seeds)
+    {
+        unsigned int const steps = Rounds(250, static_cast<unsigned int>(seed.size()));
+        for (unsigned int i = 0; i < steps; ++i)
+            ReadBoth(path, seed.substr(0, seed.size() * i / steps));
+    }
+    // A part of a file at a time: headers and section table, then what the directories lead to.
+    Mutator<char> mutator(11);
+    Random & random = mutator.Generator();
+    for (unsigned int i = Rounds(1500, 300000); i != 0; --i)
+    {
+        std::string bytes = random.Pick(seeds);
+        bool const hitHeaders = random.OneIn(2);
+        std::size_t const begin = hitHeaders ? 0 : sectionOffset;
+        std::size_t const end = hitHeaders ? sectionOffset : bytes.size();
+        bytes = bytes.substr(0, begin) + mutator.Mutate(bytes.substr(begin, end - begin)) +
+                bytes.substr(end);
+        if (random.OneIn(2)) // so that the mapping ends with the file
+            bytes.resize((bytes.size() + 4095) / 4096 * 4096, 'x');
+        ReadBoth(path, bytes);
+    }
+}
+
+} // namespace Velmora::Testing

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "VelmoraCommon/frame/WindowsApi.h"
+
+namespace Velmora::Testing
+{
+
+/// Puts \p value over the bytes at \p at, which are there.
+template <class T>
+void Place(std::string & bytes, std::size_t at, T const & value)
+{
+    std::memcpy(&bytes.at(at + sizeof(T) - 1) - (sizeof(T) - 1), &value, sizeof(T));
+}
+
+// The layout of the files below.
+constexpr DWORD ntOffset = 0x80;
+constexpr DWORD sectionsOffset = ntOffset + sizeof(IMAGE_NT_HEADERS32);
+constexpr DWORD sectionRva = 0x3000;
+constexpr DWORD sectionOffset = 0x400;
+
+/// The bytes of a 32-bit program of one section, which imports the libraries \p imports, and at
+/// first use \p delayed. The tables stand first in the section, in front of the names.
+inline std::string ProgramBytes(std::vector<std::string> const & imports,
+                                std::vector<std::string> const & delayed = {})
+{
+    std::size_t const importSize = (imports.size() + 1) * sizeof(IMAGE_IMPORT_DESCRIPTOR);
+    std::size_t const delaySize = (delayed.size() + 1) * sizeof(IMAGE_DELAYLOAD_DESCRIPTOR);
+    std::string section(importSize + delaySize, '\0');
+    auto const addName = [&](std::string const & name)
+    {
+        section += name + '\0';
+        return static_cast<DWORD>(sectionRva + section.size() - name.size() - 1);
+    };
+    for (std::size_t i = 0; i < imports.size(); ++i)
+    {
+        IMAGE_IMPORT_DESCRIPTOR descriptor = {};
+        descriptor.Name = addName(imports[i]);
+        descriptor.FirstThunk = sectionRva;
+        Place(section, i * sizeof(descriptor), descriptor);
+    }
+    for (std::size_t i = 0; i < delayed.size(); ++i)
+    {
+        IMAGE_DELAYLOAD_DESCRIPTOR descriptor = {};
+        descriptor.DllNameRVA = addName(delayed[i]);
+        Place(section, importSize + i * sizeof(descriptor), descriptor);
+    }
+
+    IMAGE_DOS_HEADER dos = {};
+    dos.e_magic = IMAGE_DOS_SIGNATURE;
+    dos.e_lfanew = ntOffset;
+    IMAGE_NT_HEADERS32 headers = {};
+    headers.Signature = IMAGE_NT_SIGNATURE;
+    headers.FileHeader.NumberOfSections = 1;
+    headers.FileHeader.Characteristics = IMAGE_FILE_EXECUTABLE_IMAGE;
+    headers.OptionalHeader.SectionAlignment = 0x1000;
+    auto & directories = headers.OptionalHeader.DataDirectory;
+    if (!imports.empty())
+        directories[IMAGE_DIRECTORY_ENTRY_IMPORT] = {sectionRva, static_cast<DWORD>(importSize)};
+    if (!delayed.empty())
+        directories[IMAGE_DIRECTORY_ENTRY_DELAY_IMPORT] = {
+            static_cast<DWORD>(sectionRva + importSize), static_cast<DWORD>(delaySize)};
+    IMAGE_SECTION_HEADER header = {};
+    std::memcpy(header.Name, ".idata", 6);
+    header.Misc.VirtualSize = static_cast<DWORD>(section.size());
+    header.VirtualAddress = sectionRva;
+    header.SizeOfRawData = static_cast<DWORD>(section.size());
+    header.PointerToRawData = sectionOffset;
+
+    std::string file(sectionOffset, '\0');
+    Place(file, 0, dos);
+    Place(file, ntOffset, headers);
+    Place(file, sectionsOffset, header);
+    return file + section;
+}
+
+} // namespace Velmora::Testing
