@@ -52,24 +52,20 @@ protected:
 
 TEST_F(Treecopy, CopiesAllThatIsThere)
 {
-    std::pair<wchar_t const *, std::string> const files[] = {{L"\\big", std::string(3000000, 'b')},
-                                                             {L"\\a\\\x4E2D\xD83D\xDE00", "deep"},
-                                                             {L"\\empty", ""}};
+    std::pair<GMString, std::string> const files[] = {
+        {L"\\big", std::string(3000000, 'b')}, {L"\\a\\\x4E2D\xD83D\xDE00", "deep"}, {L"\\0", ""}};
     for (auto const & [name, bytes] : files)
-        m_folder.Write(L"from" + GMString(name), bytes);
+        SetFileAttributesW(m_folder.Write(L"from" + name, bytes).c_str(), FILE_ATTRIBUTE_READONLY);
     CreateDirectoryW(m_folder.File(L"from\\none").c_str(), nullptr);
-    SetFileAttributesW(m_folder.File(L"from\\a\\\x4E2D\xD83D\xDE00").c_str(),
-                       FILE_ATTRIBUTE_READONLY);
     m_folder.Write(L"to\\big", "old");
-    m_folder.Write(L"to\\kept", "kept");
+    m_folder.Write(L"to\\kept");
     ExpectRun(0, L"--workers 3 @from @to\\", {"3 of 3 files, 2.9MB of 2.9MB copied into 3 dir"});
     for (auto const & [name, bytes] : files)
     {
         GMFileInfo from, to;
         EXPECT_EQ(bytes, ReadBytes(m_folder.File(L"to") + name));
-        GMFindFile::FindFile(m_folder.File(L"from") + name, from);
-        GMFindFile::FindFile(m_folder.File(L"to") + name, to);
-        EXPECT_EQ(from.GetAttribuite(), to.GetAttribuite());
+        EXPECT_TRUE(GMFindFile::FindFile(m_folder.File(L"from") + name, from));
+        EXPECT_TRUE(GMFindFile::FindFile(m_folder.File(L"to") + name, to) && to.IsReadOnly());
         EXPECT_EQ(0, CompareFileTime(&from.GetModifyTime(), &to.GetModifyTime()));
     }
     EXPECT_EQ(5u, Copied().size()) << "with what was there, and without temporary files";
@@ -113,7 +109,6 @@ namespace
 int InterruptCopy(std::wstring const & command)
 {
     AllocConsole();
-    SetConsoleCtrlHandler([](DWORD) -> BOOL { return TRUE; }, TRUE);
     SECURITY_ATTRIBUTES inherited = {sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
     ScopedFile const console(CreateFileW(L"CONOUT$", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_WRITE,
                                          &inherited, OPEN_EXISTING, 0, nullptr));
@@ -133,6 +128,7 @@ int InterruptCopy(std::wstring const & command)
         ReadConsoleOutputCharacterW(console.Get(), shown, 39, COORD(), &read);
         progress = shown[0] >= L'1' && std::wcsstr(shown, L" of 40 files, ") != nullptr;
     }
+    SetConsoleCtrlHandler(nullptr, TRUE); // not for this process
     GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0);
     WaitForSingleObject(started.hProcess, 60000);
     DWORD code = 250;
