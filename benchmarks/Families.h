@@ -8,6 +8,7 @@ namespace Velmora::Benchmarks
 // One function a family of rows, each in a source file of its own.
 void MeasureBuffers(Report & report);
 void MeasureEncodings(Report & report);
+void MeasureExecutables(Report & report);
 void MeasurePinyin(Report & report);
 void MeasureRegInstall(Report & report);
 void MeasureRegRecords(Report & report);

@@ -11,6 +11,7 @@ int main(int argc, char ** argv)
     Report report(argc > 1 ? argv[1] : "");
     MeasureBuffers(report);
     MeasureEncodings(report);
+    MeasureExecutables(report);
     MeasurePinyin(report);
     MeasureRegInstall(report);
     MeasureRegRecords(report);

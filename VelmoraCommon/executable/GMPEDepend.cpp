@@ -10,7 +10,8 @@
 
 #include "VelmoraCommon/executable/GMPEInfo.h"
 #include "VelmoraCommon/executable/internal/PEFormat.h"
-#include "VelmoraCommon/files/GMFileMappingEx.h"
+#include "VelmoraCommon/files/GMFile.h"
+#include "VelmoraCommon/files/GMFileMapping.h"
 #include "VelmoraCommon/files/GMFileName.h"
 #include "VelmoraCommon/files/GMFilePathUtils.h"
 #include "VelmoraCommon/files/internal/PathText.h"
@@ -36,11 +37,14 @@ class MappedImage
 public:
     explicit MappedImage(GMString const & path) : m_bytes(nullptr), m_size(0)
     {
-        if (!m_mapping.MappingRawFile(path, GMFileMappingEx::GMAccessRead))
+        unsigned __int64 size = 0;
+        if (!m_file.Create(path, GENERIC_READ, FILE_SHARE_READ, OPEN_EXISTING,
+                           FILE_ATTRIBUTE_NORMAL) ||
+            !m_file.GetSize(size) || !m_mapping.Create(m_file.GetHandle(), PAGE_READONLY, 0, 0) ||
+            !m_mapping.Mapping(FILE_MAP_READ, 0, 0, 0))
             return;
         m_bytes = static_cast<unsigned char *>(m_mapping.GetMapAddress());
-        m_size = static_cast<unsigned int>(
-            std::min<unsigned __int64>(GMFilePathUtils::FileSize(path), UINT_MAX));
+        m_size = static_cast<unsigned int>(std::min<unsigned __int64>(size, UINT_MAX));
     }
 
     GMPEInfo Info() const { return GMPEInfo(m_bytes, m_size); }
@@ -83,7 +87,8 @@ public:
     }
 
 private:
-    GMFileMappingEx m_mapping;
+    GMFile m_file;
+    GMFileMapping m_mapping;
     unsigned char * m_bytes;
     unsigned int m_size; // what lies beyond 4 GiB isn't seen
 };
