@@ -22,10 +22,13 @@
 #include "VelmoraCommon/files/GMFilePathUtils.h"
 #include "VelmoraCommon/files/GMFindFile.h"
 #include "VelmoraCommon/frame/GMBuffer.h"
+#include "VelmoraCommon/frame/WindowsApi.h"
 #include "VelmoraCommon/text/GMStringConvert.h"
 #include "VelmoraCommon/text/GMStringUtils.h"
+#include "VelmoraCommon/threads/GMBaseEvent.h"
 #include "VelmoraCommon/threads/GMFuncTaskList.h"
 #include "VelmoraCommon/threads/GMMutexLock.h"
+#include "VelmoraCommon/threads/GMThread.h"
 
 using namespace Velmora;
 
