@@ -38,9 +38,8 @@ namespace
 constexpr char usage[] =
     "treecopy [--workers N] SOURCE DESTINATION\n"
     "Copies all below the directory SOURCE into DESTINATION, with 1 to 64 workers (4).\n"
-    "Ends with 0 if all was copied, 1 if something wasn't, 2 for a wrong command line, and 3 if "
-    "it\n"
-    "was stopped by Ctrl+C.\n";
+    "Ends with 0 if all was copied, 1 if something wasn't, 2 for a wrong command line,\n"
+    "and 3 if it was stopped by Ctrl+C.\n";
 
 enum ExitCode
 {
@@ -109,25 +108,33 @@ BOOL WINAPI StopOnControl(DWORD event)
 
 // ---- Paths -------------------------------------------------------------------------------------
 
+constexpr unsigned long pathSize = 32768; // of the longest path, with its NUL
+
+/// What a system call wrote; empty if it failed or the text didn't fit.
+GMString Written(wchar_t const * path, unsigned long length)
+{
+    return length < pathSize ? GMString(path, length) : GMString();
+}
+
 /// The path of an existing directory without links, in the form that has no limit of length; empty
 /// if there is none.
 GMString FinalPath(GMString const & directory)
 {
     GMFile file;
-    wchar_t path[32768];
+    wchar_t path[pathSize];
     if (!file.Create(directory, 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                      OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS))
     {
         return GMString();
     }
-    return GMString(path, GetFinalPathNameByHandleW(file.GetHandle(), path, 32768, 0));
+    return Written(path, GetFinalPathNameByHandleW(file.GetHandle(), path, pathSize, 0));
 }
 
 /// The same for a path of which only the upper directories need exist; without `\` at its end.
 GMString RealPath(GMString const & path)
 {
-    wchar_t full[32768];
-    GMString existing(full, GetFullPathNameW(path.c_str(), 32768, full, nullptr));
+    wchar_t full[pathSize];
+    GMString existing = Written(full, GetFullPathNameW(path.c_str(), pathSize, full, nullptr));
     GMString missing;
     for (;;)
     {
