@@ -3,6 +3,7 @@
 
 #include "VelmoraCommon/files/GMFileFinderEnum.h"
 #include "VelmoraCommon/files/GMFilePathUtils.h"
+#include "VelmoraCommon/files/GMFileSystemUtils.h"
 #include "VelmoraCommon/files/GMFindFile.h"
 #include "VelmoraCommon/frame/internal/ScopedHandle.h"
 #include "benchmarks/CallCounter.h"
@@ -30,9 +31,10 @@ public:
     unsigned int Files() const { return m_files; }
     unsigned int Directories() const { return m_files / filesInDirectory; }
 
-    /// Makes the tree anew, with \p groups * 11 + 1 directories.
-    void Make(unsigned int groups)
+    /// Makes the tree anew, with \p groups * 11 + 1 directories and \p fileSize bytes in a file.
+    void Make(unsigned int groups, unsigned int fileSize = 0)
     {
+        m_content.assign(fileSize, 'x');
         m_files = 0;
         MakeDirectory(m_root);
         for (unsigned int group = 0; group < groups; ++group)
@@ -60,12 +62,17 @@ private:
             GMString const name = path + L"\\some file " + std::to_wstring(i) + L".dat";
             ScopedFile const file(
                 CreateFileW(name.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
-            if (!file)
+            DWORD written = 0;
+            if (!file || !WriteFile(file.Get(), m_content.data(),
+                                    static_cast<DWORD>(m_content.size()), &written, nullptr))
+            {
                 throw std::runtime_error("the tree can't be made");
+            }
         }
     }
 
     GMString m_root;
+    std::string m_content; // of each file
     unsigned int m_files = 0;
 };
 
@@ -193,6 +200,51 @@ void MeasureWalks(Report & report)
     }
 }
 
+void CopyPlainly(GMString const & source, GMString const & destination)
+{
+    CreateDirectoryW(destination.c_str(), nullptr);
+    WIN32_FIND_DATAW entry;
+    ScopedFind const find(FindFirstFileExW((source + L"\\*.*").c_str(), FindExInfoBasic, &entry,
+                                           FindExSearchNameMatch, nullptr,
+                                           FIND_FIRST_EX_LARGE_FETCH));
+    for (bool more = static_cast<bool>(find); more; more = FindNextFileW(find.Get(), &entry))
+    {
+        if (IsDots(entry))
+            continue;
+        GMString const from = source + L"\\" + entry.cFileName;
+        GMString const to = destination + L"\\" + entry.cFileName;
+        if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
+            CopyPlainly(from, to);
+        else
+            CopyFileW(from.c_str(), to.c_str(), FALSE);
+    }
+}
+
+void MeasureCopy(Report & report)
+{
+    std::string const name = "tree: copy 2,000 files of 20 KiB in 111 directories";
+    if (!report.IsWanted(name))
+        return;
+    Tree tree;
+    tree.Make(10, 20 * 1024);
+    GMString const target = tree.Root() + L"-copy";
+    report.Measure({name,
+                    static_cast<double>(tree.Files()),
+                    "files",
+                    [&] { GMFileSystemUtils::MyCopyDirectory(tree.Root(), target); },
+                    {{"FindFirstFileExW and CopyFileW", [&] { CopyPlainly(tree.Root(), target); },
+                      Bar::RateAtLeast(0.95)},
+                     {"std::filesystem::copy",
+                      [&] {
+                          std::filesystem::copy(tree.Root(), target,
+                                                std::filesystem::copy_options::recursive);
+                      },
+                      Bar::None()}},
+                    7,
+                    [&] { std::filesystem::remove_all(target); }});
+    std::filesystem::remove_all(target);
+}
+
 void MeasureDelete(Report & report)
 {
     std::string const name = "tree: delete 2,000 files in 111 directories";
@@ -226,6 +278,7 @@ void MeasureDelete(Report & report)
 void MeasureTrees(Report & report)
 {
     MeasureWalks(report);
+    MeasureCopy(report);
     MeasureDelete(report);
 }
 

@@ -6,7 +6,7 @@
 #include "VelmoraCommon/files/GMFileName.h"
 #include "VelmoraCommon/files/GMFilePathUtils.h"
 #include "VelmoraCommon/files/internal/DirectoryListing.h"
-#include "VelmoraCommon/files/internal/LinkLoop.h"
+#include "VelmoraCommon/files/internal/FileIdentity.h"
 #include "VelmoraCommon/files/internal/PathText.h"
 #include "VelmoraCommon/text/GMStringToken.h"
 #include "VelmoraCommon/text/GMStringUtils.h"

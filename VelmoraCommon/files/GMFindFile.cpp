@@ -7,7 +7,7 @@
 #include "VelmoraCommon/files/GMFilePathUtils.h"
 #include "VelmoraCommon/files/internal/DirectoryListing.h"
 #include "VelmoraCommon/files/internal/Halves.h"
-#include "VelmoraCommon/files/internal/LinkLoop.h"
+#include "VelmoraCommon/files/internal/FileIdentity.h"
 #include "VelmoraCommon/files/internal/PathText.h"
 #include "VelmoraCommon/frame/internal/ScopedHandle.h"
 #include "VelmoraCommon/text/GMStringUtils.h"

@@ -31,6 +31,9 @@ public:
     {
     }
 
+    /// Whether the system could list the directory, and Next hasn't come to the end.
+    bool IsOpen() const { return static_cast<bool>(m_find); }
+
     /// Goes on to the next entry, at first to the first one; false when there is none.
     bool Next()
     {
