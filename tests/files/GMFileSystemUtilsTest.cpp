@@ -395,6 +395,27 @@ TEST(GMFileSystemUtils, MovesBackWhenAMoveFails)
     EXPECT_EQ(handles, HandleCount());
 }
 
+TEST(GMFileSystemUtils, TakesPathsUpToTheLimit)
+{
+    TemporaryFolder const folder;
+    // The longest path of an ordinary call, and of a directory in which temporary names fit.
+    GMString const longest = folder.File(GMString(259 - folder.Path().size() - 1, L'n'));
+    GMString const directory = folder.File(GMString(246 - folder.Path().size() - 1, L'd'));
+    ASSERT_TRUE(Utils::CreateEmptyFile(longest, 3));
+    ASSERT_TRUE(Utils::MyCreateDirectory(directory));
+    EXPECT_EQ(3u, Utils::GetFileSize(longest));
+
+    GMString path;
+    int filePart = -1;
+    EXPECT_TRUE(Utils::MySearchPath(folder.Path(), GMFilePathUtils::FileName(longest), L"", path,
+                                    filePart));
+    EXPECT_EQ(longest, path);
+    EXPECT_TRUE(Utils::MyGetTempFileName(directory, L"GM~", path));
+    EXPECT_EQ(247u, path.rfind(L"\\") + 1);
+    EXPECT_FALSE(Utils::MyGetTempFileName(directory + L"dd", L"GM~", path = L"old"));
+    EXPECT_EQ(L"old", path);
+}
+
 namespace
 {
 
@@ -436,6 +457,11 @@ TEST(GMFileSystemUtils, CopiesWholeTrees)
     EXPECT_EQ("mine", ReadBytes(at.To() + L"\\b\\mine"));
     ASSERT_TRUE(Utils::DeleteFileAlways(at.To() + L"\\b\\mine"));
     EXPECT_EQ(TreeOf(at.From()), TreeOf(at.To()));
+
+    for (unsigned int i = 0; i < 2000; ++i)
+        at.folder.Write(L"many\\file " + std::to_wstring(i));
+    EXPECT_TRUE(Utils::MyCopyDirectory(at.folder.File(L"many"), at.To() + L"\\many"));
+    EXPECT_EQ(TreeOf(at.folder.File(L"many")), TreeOf(at.To() + L"\\many"));
 
     // A file where a directory should be, and failures deeper in the tree: the rest is copied.
     ASSERT_TRUE(Utils::RemoveDirectoryWithSubItems(at.To()));
