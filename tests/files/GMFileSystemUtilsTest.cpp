@@ -236,6 +236,23 @@ TEST(GMFileSystemUtils, LimitsWhatTheSystemTells)
     }
 }
 
+namespace
+{
+
+unsigned int s_asked;
+
+DWORD WINAPI SayThatItExists(wchar_t const *)
+{
+    ++s_asked;
+    return FILE_ATTRIBUTE_NORMAL;
+}
+
+DWORD WINAPI NeedMoreThanALongForm(wchar_t const *, wchar_t *, DWORD) { return 521; }
+
+DWORD WINAPI NeedMoreThanAPath(DWORD, wchar_t *) { return 261; }
+
+} // namespace
+
 TEST(GMFileSystemUtils, FindsFreeNames)
 {
     TemporaryFolder const folder;
@@ -258,15 +275,8 @@ TEST(GMFileSystemUtils, FindsFreeNames)
         EXPECT_EQ(folder.File(freePath), renamed);
     }
 
-    static unsigned int s_asked;
     s_asked = 0;
-    DWORD(WINAPI * const taken)
-    (wchar_t const *) = [](wchar_t const *) -> DWORD
-    {
-        ++s_asked;
-        return FILE_ATTRIBUTE_NORMAL;
-    };
-    ImportHook const hook("GetFileAttributesW", taken);
+    ImportHook const hook("GetFileAttributesW", &SayThatItExists);
     GMString path = L"C:\\a.txt";
     EXPECT_FALSE(Utils::AutoRenamePath(path));
     EXPECT_EQ(L"C:\\a.txt", path);
@@ -295,14 +305,10 @@ TEST(GMFileSystemUtils, ReplacesTheTemporaryFolder)
     EXPECT_TRUE(Utils::MyGetTempPath(path));
     EXPECT_EQ(system, path);
 
-    DWORD(WINAPI * const noLongForm)
-    (wchar_t const *, wchar_t *, DWORD) = [](wchar_t const *, wchar_t *, DWORD) -> DWORD
-    { return 521; };
-    ImportHook const longForm("GetLongPathNameW", noLongForm);
+    ImportHook const longForm("GetLongPathNameW", &NeedMoreThanALongForm);
     EXPECT_TRUE(Utils::MyGetTempPath(path)); // in the form that the system gave it
     EXPECT_TRUE(GMFilePathUtils::IsDirectory(path));
-    DWORD(WINAPI * const tooLong)(DWORD, wchar_t *) = [](DWORD, wchar_t *) -> DWORD { return 261; };
-    ImportHook const temp("GetTempPathW", tooLong);
+    ImportHook const temp("GetTempPathW", &NeedMoreThanAPath);
     EXPECT_FALSE(Utils::MyGetTempPath(path = L"old"));
     EXPECT_EQ(L"old", path);
 }
