@@ -1,0 +1,422 @@
+#include "VelmoraCommon/executable/GMIconExtract.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <optional>
+#include <string>
+
+#include "VelmoraCommon/executable/internal/IconFormat.h"
+#include "VelmoraCommon/executable/internal/ResourceModule.h"
+#include "VelmoraCommon/files/GMFile.h"
+
+namespace Velmora
+{
+
+namespace
+{
+
+wchar_t const * const groupType = MAKEINTRESOURCEW(14);
+wchar_t const * const imageType = MAKEINTRESOURCEW(3);
+
+/// Stands in the place of an image's number for the choice of the system.
+constexpr unsigned int bestImage = 0xFFFFFFFF;
+
+/// The version of the icon format that `CreateIconFromResource` wants to hear.
+constexpr DWORD iconVersion = 0x00030000;
+
+/// A PNG stream of a few bytes may stand for any size. No icon is larger than this.
+constexpr int pngSideLimit = 1024;
+
+/// The images of a group may share their bytes, and each is copied. All together they are at most
+/// that many times as large as the file.
+constexpr std::uint64_t copyLimit = 16;
+
+/// Entries of the colour table, RGBQUAD each.
+std::uint64_t ColorCount(BITMAPINFOHEADER const & header)
+{
+    if (header.biClrUsed != 0)
+        return header.biClrUsed;
+    switch (header.biBitCount)
+    {
+    case 1:
+    case 4:
+    case 8:
+        return 1u << header.biBitCount;
+    default:
+        return 0;
+    }
+}
+
+/// Bytes of \p rows rows. Bitmaps may claim any size: those beyond all files come to the same.
+std::uint64_t RowsSize(std::uint64_t rowSize, std::uint64_t rows)
+{
+    constexpr std::uint64_t beyondAllFiles = std::uint64_t(1) << 62;
+    return rows == 0 || rowSize <= beyondAllFiles / rows ? rowSize * rows : beyondAllFiles;
+}
+
+/// A size in pixels of a PNG stream.
+int ReadPngSide(unsigned char const * at)
+{
+    std::uint32_t const side =
+        std::uint32_t(at[0]) << 24 | std::uint32_t(at[1]) << 16 | std::uint32_t(at[2]) << 8 | at[3];
+    return static_cast<int>(std::min<std::uint32_t>(side, INT_MAX));
+}
+
+/// What an image says about itself, and where its parts begin if it is a bitmap: offsets, which may
+/// lie behind its bytes.
+struct ImageInfo
+{
+    bool isPng;
+    int width;
+    int height;
+    unsigned int depth; // bits per pixel
+    std::uint64_t colorBits;
+    std::uint64_t maskBits;
+    std::uint64_t end;
+};
+
+bool IsPng(ResourceBytes const & image)
+{
+    return image.size > sizeof(pngSignature) && ReadUnaligned<DWORD>(image.data) == pngSignature;
+}
+
+std::optional<ImageInfo> ReadPngInfo(ResourceBytes const & image)
+{
+    if (image.size < pngSizeEnd)
+        return std::nullopt;
+    int const width = ReadPngSide(image.data + pngWidthOffset);
+    int const height = ReadPngSide(image.data + pngHeightOffset);
+    return ImageInfo{true, width, height, 32, 0, 0, 0};
+}
+
+std::optional<ImageInfo> ReadBitmapInfo(ResourceBytes const & image)
+{
+    if (image.size < sizeof(BITMAPINFOHEADER))
+        return std::nullopt;
+    auto const header = ReadUnaligned<BITMAPINFOHEADER>(image.data);
+    unsigned int const depth = unsigned(header.biPlanes) * header.biBitCount;
+    ImageInfo info = {false, header.biWidth, header.biHeight / 2, depth, 0, 0, 0};
+    // Negative sizes are those of rows that go the other way.
+    std::uint64_t const width = std::uint64_t(std::llabs(info.width));
+    std::uint64_t const height = std::uint64_t(std::llabs(info.height));
+    info.colorBits = header.biSize + ColorCount(header) * sizeof(RGBQUAD);
+    info.maskBits = info.colorBits + RowsSize(RowSize(depth, width), height);
+    info.end = info.maskBits + RowsSize(RowSize(1, width), height);
+    return info;
+}
+
+std::optional<ImageInfo> ReadImageInfo(ResourceBytes const & image)
+{
+    return IsPng(image) ? ReadPngInfo(image) : ReadBitmapInfo(image);
+}
+
+/// The number of images of \p group. A group that is too short for them is a damaged one: nothing.
+std::optional<WORD> ImageCount(ResourceBytes const & group)
+{
+    if (group.size < sizeof(IconHeader))
+        return std::nullopt;
+    WORD const count = ReadUnaligned<IconHeader>(group.data).count;
+    if ((group.size - sizeof(IconHeader)) / groupEntrySize < count)
+        return std::nullopt;
+    return count;
+}
+
+WORD ImageId(ResourceBytes const & group, unsigned int index)
+{
+    return ReadUnaligned<WORD>(group.data + sizeof(IconHeader) + index * groupEntrySize +
+                               groupEntryImageId);
+}
+
+HICON CreateIcon(unsigned char const * image, std::size_t size)
+{
+    // The system takes the bytes as constant in fact.
+    return CreateIconFromResource(const_cast<unsigned char *>(image), static_cast<DWORD>(size),
+                                  TRUE, iconVersion);
+}
+
+/// An icon of \p image. The system doesn't promise to stay within its bytes.
+HICON CreateIcon(ResourceBytes const & image)
+{
+    auto const info = ReadImageInfo(image);
+    if (!info || info->width < 1 || info->height < 1)
+        return nullptr;
+    if (info->isPng)
+        return info->width <= pngSideLimit && info->height <= pngSideLimit
+                   ? CreateIcon(image.data, image.size)
+                   : nullptr;
+    auto const header = ReadUnaligned<BITMAPINFOHEADER>(image.data);
+    if (header.biSize < sizeof(header) || header.biPlanes == 0 || header.biCompression != BI_RGB ||
+        info->maskBits > image.size)
+        return nullptr;
+    if (info->end <= image.size)
+        return CreateIcon(image.data, image.size);
+    // Some icons lack a part of the mask, or all of it: what is missing is opaque.
+    std::vector<unsigned char> whole(image.data, image.data + image.size);
+    whole.resize(static_cast<std::size_t>(info->end));
+    return CreateIcon(whole.data(), whole.size());
+}
+
+void FreeIcon(ICON_RESOURCE * icon)
+{
+    for (unsigned int i = 0; i != icon->imageCount; ++i)
+        std::free(icon->images[i].data);
+    std::free(icon);
+}
+
+struct IconDeleter
+{
+    void operator()(ICON_RESOURCE * icon) const { FreeIcon(icon); }
+};
+using ScopedIconResource = std::unique_ptr<ICON_RESOURCE, IconDeleter>;
+
+ScopedIconResource AllocateIcon(unsigned int count)
+{
+    ScopedIconResource icon(static_cast<ICON_RESOURCE *>(
+        std::calloc(1, offsetof(ICON_RESOURCE, images) + count * sizeof(ICON_IMAGE))));
+    if (icon)
+        icon->imageCount = count;
+    return icon;
+}
+
+/// Fills \p copy with a copy of \p image.
+bool CopyImage(ResourceBytes const & image, ICON_IMAGE & copy)
+{
+    bool const isPng = IsPng(image);
+    auto const bitmap = isPng ? std::nullopt : ReadBitmapInfo(image);
+    if (!isPng && !bitmap)
+        return false;
+    copy.data = static_cast<unsigned char *>(std::malloc(image.size));
+    if (copy.data == nullptr)
+        return false;
+    std::memcpy(copy.data, image.data, image.size);
+    copy.dataSize = image.size;
+    copy.header = reinterpret_cast<BITMAPINFOHEADER *>(copy.data);
+    copy.colorBits = 32;
+    if (isPng)
+        return true;
+    auto const at = [&](std::uint64_t offset)
+    { return offset <= image.size ? copy.data + offset : nullptr; };
+    copy.width = static_cast<unsigned int>(bitmap->width);
+    copy.height = static_cast<unsigned int>(bitmap->height);
+    copy.colorBits = bitmap->depth;
+    copy.colorBitsStart = at(bitmap->colorBits);
+    copy.maskBitsStart = at(bitmap->maskBits);
+    return true;
+}
+
+IconEntry DirectoryEntry(ICON_IMAGE const & image, DWORD offset)
+{
+    IconEntry entry = {};
+    entry.width = static_cast<BYTE>(image.width);
+    entry.height = static_cast<BYTE>(image.height);
+    entry.planes = 1;
+    if (entry.width != 0 || entry.height != 0)
+    {
+        entry.planes = image.header->biPlanes;
+        entry.bits = image.header->biBitCount;
+        unsigned int const depth = unsigned(entry.planes) * entry.bits;
+        entry.colors = static_cast<BYTE>(depth < 8 ? 1u << depth : 0);
+    }
+    entry.size = image.dataSize;
+    entry.offset = offset;
+    return entry;
+}
+
+bool WriteAll(GMFile & file, void const * bytes, std::size_t size)
+{
+    unsigned int written = 0;
+    return file.Write(bytes, static_cast<unsigned int>(size), written);
+}
+
+bool WriteImage(GMFile & file, ICON_IMAGE const & image)
+{
+    if (IsPng({image.data, image.dataSize}))
+        return WriteAll(file, image.data, image.dataSize);
+    BITMAPINFOHEADER header = *image.header;
+    header.biSizeImage = 0;
+    std::size_t const rest = image.dataSize - sizeof(header);
+    return WriteAll(file, &header, sizeof(header)) &&
+           (rest == 0 || WriteAll(file, image.data + sizeof(header), rest));
+}
+
+} // namespace
+
+GMIconExtract::GMIconExtract(GMString const & path)
+    : m_path(path),
+      m_module(std::make_shared<ResourceModule>(path)),
+      m_firstKind(GroupKind::None)
+{
+}
+
+GMIconExtract::~GMIconExtract() = default;
+GMIconExtract::GMIconExtract(GMIconExtract const &) = default;
+GMIconExtract & GMIconExtract::operator=(GMIconExtract const &) = default;
+
+bool GMIconExtract::IsOpen() { return m_module->IsOpen(); }
+
+bool GMIconExtract::EnumIconNums()
+{
+    return m_module->HasSoundTables() &&
+           EnumResourceNamesW(m_module->Get(), groupType, &EnumResourceNamesFunc,
+                              reinterpret_cast<LONG_PTR>(this)) != FALSE;
+}
+
+unsigned int GMIconExtract::GetIconNums()
+{
+    EnumIconNumsOnce();
+    return static_cast<unsigned int>(m_names.size() + m_numbers.size());
+}
+
+std::vector<GMString> GMIconExtract::GetIconIDs(std::vector<unsigned __int64> & numbers)
+{
+    EnumIconNumsOnce();
+    numbers = m_numbers;
+    return m_names;
+}
+
+HICON GMIconExtract::GetDefultIcon()
+{
+    wchar_t const * const group = FirstGroup();
+    return group == nullptr ? nullptr : GetIcon(group, 48, 48, 32, false);
+}
+
+HICON GMIconExtract::GetIcon(wchar_t const * group, int width, int height, unsigned int bitDepth,
+                             bool exact)
+{
+    ResourceBytes const bytes = m_module->Find(groupType, group);
+    auto const count = ImageCount(bytes);
+    if (!count)
+        return nullptr;
+    unsigned int bestId = 0;
+    int bestWidth = 0;
+    int bestHeight = 0;
+    unsigned int bestDepth = 0;
+    for (unsigned int i = 0; i != *count; ++i)
+    {
+        WORD const id = ImageId(bytes, i);
+        ResourceBytes const image = m_module->Find(imageType, MAKEINTRESOURCEW(id));
+        auto const info = ReadImageInfo(image);
+        if (!info)
+            return nullptr;
+        if (info->width == width && info->height == height && info->depth == bitDepth)
+            return CreateIcon(image);
+        if (info->width >= bestWidth && info->height >= bestHeight && info->depth > bestDepth)
+        {
+            bestId = id;
+            bestWidth = info->width;
+            bestHeight = info->height;
+            bestDepth = info->depth;
+        }
+    }
+    return exact ? nullptr : GetIcon(group, bestId);
+}
+
+HICON GMIconExtract::GetIcon(wchar_t const * group, unsigned int imageId)
+{
+    if (imageId == bestImage)
+    {
+        ResourceBytes const bytes = m_module->Find(groupType, group);
+        if (!ImageCount(bytes))
+            return nullptr;
+        imageId = static_cast<unsigned int>(
+            LookupIconIdFromDirectory(const_cast<unsigned char *>(bytes.data), TRUE));
+    }
+    return CreateIcon(m_module->Find(imageType, MAKEINTRESOURCEW(LOWORD(imageId))));
+}
+
+bool GMIconExtract::SaveIcon(GMString & path)
+{
+    wchar_t const * const group = FirstGroup();
+    if (group == nullptr)
+        return false;
+    ScopedIconResource const icon(ReadIcon(group));
+    return icon && SaveFile(icon.get(), path);
+}
+
+/// Null if there is none.
+wchar_t const * GMIconExtract::FirstGroup()
+{
+    EnumIconNumsOnce();
+    switch (m_firstKind)
+    {
+    case GroupKind::Number:
+        return reinterpret_cast<wchar_t const *>(static_cast<ULONG_PTR>(m_numbers.front()));
+    case GroupKind::Name:
+        return m_names.front().c_str();
+    default:
+        return nullptr;
+    }
+}
+
+void GMIconExtract::EnumIconNumsOnce()
+{
+    if (m_names.empty() && m_numbers.empty())
+        EnumIconNums();
+}
+
+/// A copy of \p group, whose images and whose block the caller frees with `free`; null on failure.
+ICON_RESOURCE * GMIconExtract::ReadIcon(wchar_t const * group)
+{
+    ResourceBytes const bytes = m_module->Find(groupType, group);
+    auto const count = ImageCount(bytes);
+    if (!count || *count == 0)
+        return nullptr;
+    ScopedIconResource icon = AllocateIcon(*count);
+    if (!icon)
+        return nullptr;
+    m_path.copy(icon->sourceName, std::size(icon->sourceName) - 1);
+    std::uint64_t left = copyLimit * m_module->Size();
+    for (unsigned int i = 0; i != *count; ++i)
+    {
+        ResourceBytes const image = m_module->Find(imageType, MAKEINTRESOURCEW(ImageId(bytes, i)));
+        if (image.size > left || !CopyImage(image, icon->images[i]))
+            return nullptr;
+        left -= image.size;
+    }
+    return icon.release();
+}
+
+bool GMIconExtract::SaveFile(ICON_RESOURCE * icon, GMString & path)
+{
+    IconHeader const header = {0, iconType, static_cast<WORD>(icon->imageCount)};
+    std::vector<IconEntry> entries;
+    std::uint64_t size = sizeof(header) + icon->imageCount * sizeof(IconEntry);
+    for (unsigned int i = 0; i != icon->imageCount; ++i)
+    {
+        entries.push_back(DirectoryEntry(icon->images[i], static_cast<DWORD>(size)));
+        size += icon->images[i].dataSize;
+    }
+    GMFile file;
+    if (size > MAXDWORD ||
+        !file.Create(path, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, CREATE_ALWAYS,
+                     FILE_ATTRIBUTE_NORMAL) ||
+        !WriteAll(file, &header, sizeof(header)) ||
+        !WriteAll(file, entries.data(), entries.size() * sizeof(IconEntry)))
+        return false;
+    for (unsigned int i = 0; i != icon->imageCount; ++i)
+    {
+        if (!WriteImage(file, icon->images[i]))
+            return false;
+    }
+    return true;
+}
+
+int __stdcall GMIconExtract::EnumResourceNamesFunc(HINSTANCE, wchar_t const *, wchar_t * name,
+                                                   LONG_PTR object)
+{
+    auto * const self = reinterpret_cast<GMIconExtract *>(object);
+    bool const isNumber = IS_INTRESOURCE(name);
+    if (isNumber)
+        self->m_numbers.push_back(reinterpret_cast<ULONG_PTR>(name));
+    else
+        self->m_names.push_back(name);
+    if (self->m_firstKind == GroupKind::None)
+        self->m_firstKind = isNumber ? GroupKind::Number : GroupKind::Name;
+    return TRUE;
+}
+
+} // namespace Velmora
