@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "VelmoraCommon/frame/WindowsApi.h"
@@ -22,6 +23,39 @@ constexpr DWORD ntOffset = 0x80;
 constexpr DWORD sectionsOffset = ntOffset + sizeof(IMAGE_NT_HEADERS32);
 constexpr DWORD sectionRva = 0x3000;
 constexpr DWORD sectionOffset = 0x400;
+
+/// The bytes of a 32-bit program of the one section \p section, in which \p directories lie.
+inline std::string FileBytes(std::string const & section,
+                             std::vector<std::pair<int, IMAGE_DATA_DIRECTORY>> const & directories)
+{
+    IMAGE_DOS_HEADER dos = {};
+    dos.e_magic = IMAGE_DOS_SIGNATURE;
+    dos.e_lfanew = ntOffset;
+    IMAGE_NT_HEADERS32 headers = {};
+    headers.Signature = IMAGE_NT_SIGNATURE;
+    headers.FileHeader.Machine = IMAGE_FILE_MACHINE_I386;
+    headers.FileHeader.NumberOfSections = 1;
+    headers.FileHeader.SizeOfOptionalHeader = sizeof(headers.OptionalHeader);
+    headers.FileHeader.Characteristics = IMAGE_FILE_EXECUTABLE_IMAGE;
+    headers.OptionalHeader.Magic = IMAGE_NT_OPTIONAL_HDR32_MAGIC;
+    headers.OptionalHeader.SectionAlignment = 0x1000;
+    headers.OptionalHeader.SizeOfHeaders = sectionOffset;
+    headers.OptionalHeader.NumberOfRvaAndSizes = IMAGE_NUMBEROF_DIRECTORY_ENTRIES;
+    for (auto const & [index, directory] : directories)
+        headers.OptionalHeader.DataDirectory[index] = directory;
+    IMAGE_SECTION_HEADER header = {};
+    std::memcpy(header.Name, ".idata", 6);
+    header.Misc.VirtualSize = static_cast<DWORD>(section.size());
+    header.VirtualAddress = sectionRva;
+    header.SizeOfRawData = static_cast<DWORD>(section.size());
+    header.PointerToRawData = sectionOffset;
+
+    std::string file(sectionOffset, '\0');
+    Place(file, 0, dos);
+    Place(file, ntOffset, headers);
+    Place(file, sectionsOffset, header);
+    return file + section;
+}
 
 /// The bytes of a 32-bit program of one section, which imports the libraries \p imports, and at
 /// first use \p delayed. The tables stand first in the section, in front of the names.
@@ -50,32 +84,15 @@ inline std::string ProgramBytes(std::vector<std::string> const & imports,
         Place(section, importSize + i * sizeof(descriptor), descriptor);
     }
 
-    IMAGE_DOS_HEADER dos = {};
-    dos.e_magic = IMAGE_DOS_SIGNATURE;
-    dos.e_lfanew = ntOffset;
-    IMAGE_NT_HEADERS32 headers = {};
-    headers.Signature = IMAGE_NT_SIGNATURE;
-    headers.FileHeader.NumberOfSections = 1;
-    headers.FileHeader.Characteristics = IMAGE_FILE_EXECUTABLE_IMAGE;
-    headers.OptionalHeader.SectionAlignment = 0x1000;
-    auto & directories = headers.OptionalHeader.DataDirectory;
+    std::vector<std::pair<int, IMAGE_DATA_DIRECTORY>> directories;
     if (!imports.empty())
-        directories[IMAGE_DIRECTORY_ENTRY_IMPORT] = {sectionRva, static_cast<DWORD>(importSize)};
+        directories.push_back(
+            {IMAGE_DIRECTORY_ENTRY_IMPORT, {sectionRva, static_cast<DWORD>(importSize)}});
     if (!delayed.empty())
-        directories[IMAGE_DIRECTORY_ENTRY_DELAY_IMPORT] = {
-            static_cast<DWORD>(sectionRva + importSize), static_cast<DWORD>(delaySize)};
-    IMAGE_SECTION_HEADER header = {};
-    std::memcpy(header.Name, ".idata", 6);
-    header.Misc.VirtualSize = static_cast<DWORD>(section.size());
-    header.VirtualAddress = sectionRva;
-    header.SizeOfRawData = static_cast<DWORD>(section.size());
-    header.PointerToRawData = sectionOffset;
-
-    std::string file(sectionOffset, '\0');
-    Place(file, 0, dos);
-    Place(file, ntOffset, headers);
-    Place(file, sectionsOffset, header);
-    return file + section;
+        directories.push_back(
+            {IMAGE_DIRECTORY_ENTRY_DELAY_IMPORT,
+             {static_cast<DWORD>(sectionRva + importSize), static_cast<DWORD>(delaySize)}});
+    return FileBytes(section, directories);
 }
 
 } // namespace Velmora::Testing

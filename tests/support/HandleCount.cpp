@@ -1,5 +1,6 @@
 #include "tests/support/HandleCount.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <vector>
 
@@ -100,6 +101,29 @@ unsigned int HandleCount()
     for (auto const & [kind, count] : HandlesByKind())
         sum += count;
     return sum;
+}
+
+unsigned int GdiObjectCount()
+{
+    if (DWORD const count = GetGuiResources(GetCurrentProcess(), GR_GDIOBJECTS))
+        return count;
+    // Wine always answers 0, but keeps the table where Windows has its own.
+    struct Entry
+    {
+        void * object;
+        ULONG owner;
+        USHORT unique;
+        UCHAR type; // 0 for a free entry
+        UCHAR flags;
+        void * user;
+    };
+    constexpr unsigned int tableSize = 0x4000;
+    constexpr std::size_t tableOffset = sizeof(void *) == 8 ? 0xF8 : 0x94; // in the PEB
+    SystemFunction<ULONG_PTR WINAPI()> const environment(L"ntdll.dll", "RtlGetCurrentPeb");
+    auto const * const table =
+        *reinterpret_cast<Entry const * const *>(environment() + tableOffset);
+    return static_cast<unsigned int>(std::count_if(
+        table, table + tableSize, [](Entry const & entry) { return entry.type != 0; }));
 }
 
 } // namespace Velmora::Testing

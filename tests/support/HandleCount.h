@@ -13,4 +13,7 @@ std::map<std::string, unsigned int> HandlesByKind();
 /// The sum of them.
 unsigned int HandleCount();
 
+/// The objects of GDI that this process holds: bitmaps, device contexts and so on.
+unsigned int GdiObjectCount();
+
 } // namespace Velmora::Testing

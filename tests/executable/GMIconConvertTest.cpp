@@ -1,0 +1,318 @@
+#include "VelmoraCommon/executable/GMIconConvert.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include <gtest/gtest.h>
+
+#include <objidl.h>
+
+namespace Gdiplus
+{
+using std::max;
+using std::min;
+} // namespace Gdiplus
+#include <gdiplus.h>
+
+#include "VelmoraCommon/executable/GMIconExtract.h"
+#include "VelmoraCommon/frame/internal/ScopedGdiHandle.h"
+#include "tests/executable/IconBytes.h"
+#include "tests/support/HandleCount.h"
+#include "tests/support/HostShell.h"
+#include "tests/support/ImportHook.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace Velmora::Testing
+{
+
+namespace
+{
+
+using Pixels = std::vector<DWORD>; // top row first
+
+/// A bitmap of \p width x \p height; its pixels, if it has 32 bits, are \p pixels.
+ScopedBitmap MakeBitmap(int width, int height, WORD depth, Pixels const & pixels = {})
+{
+    struct
+    {
+        BITMAPINFOHEADER header;
+        RGBQUAD colors[256];
+    } info = {{sizeof(info.header), width, height, 1, depth, BI_RGB, 0, 0, 0, 0, 0}, {}};
+    std::fill(std::begin(info.colors), std::end(info.colors), RGBQUAD{0x33, 0x66, 0x99, 0});
+    void * bits = nullptr;
+    ScopedBitmap bitmap(CreateDIBSection(nullptr, reinterpret_cast<BITMAPINFO *>(&info),
+                                         DIB_RGB_COLORS, &bits, nullptr, 0));
+    std::copy(pixels.begin(), pixels.end(), static_cast<DWORD *>(bits));
+    return bitmap;
+}
+
+/// The pixels of a bitmap that IconToBitmap made, which go with it.
+Pixels PixelsOf(HBITMAP made)
+{
+    ScopedBitmap const bitmap(made);
+    DIBSECTION section = {};
+    if (GetObjectW(bitmap.Get(), sizeof(section), &section) == 0)
+        return {};
+    auto const * const bits = static_cast<DWORD const *>(section.dsBm.bmBits);
+    return Pixels(bits, bits + section.dsBm.bmWidth * section.dsBm.bmHeight);
+}
+
+/// An icon of 32 x 32 pixels from a program with this image.
+ScopedIcon IconOf(TemporaryFolder const & folder, std::string const & image)
+{
+    IconProgram const program = {{image}, {{GroupBytes({1})}}};
+    GMIconExtract extract(folder.Write(L"icon.exe", IconProgramBytes(program)));
+    return ScopedIcon(extract.GetIcon(MAKEINTRESOURCEW(1), 0xFFFFFFFF));
+}
+
+/// The pixels that GDI+ reads from an image file.
+Pixels PixelsOfFile(std::wstring const & path)
+{
+    Gdiplus::Bitmap bitmap(path.c_str());
+    Pixels pixels;
+    for (UINT y = 0; y != bitmap.GetHeight(); ++y)
+    {
+        for (UINT x = 0; x != bitmap.GetWidth(); ++x)
+        {
+            Gdiplus::Color color;
+            bitmap.GetPixel(static_cast<INT>(x), static_cast<INT>(y), &color);
+            pixels.push_back(color.GetValue());
+        }
+    }
+    return pixels;
+}
+
+/// Starts GDI+ for all tests, and uses what the system keeps handles of from its first use on.
+class GdiplusSession : public ::testing::Environment
+{
+    void SetUp() override
+    {
+        Gdiplus::GdiplusStartupInput const input;
+        Gdiplus::GdiplusStartup(&m_token, &input, nullptr);
+        TemporaryFolder const folder;
+        ScopedIcon const icon = IconOf(folder, BitmapImage(32, 32, 32));
+        PixelsOf(GMIconConvert::IconToBitmap(icon.Get(), nullptr));
+        std::wstring const path = folder.File(L"a.png");
+        GMIconConvert::GdiplusSaveHIconToPng(icon.Get(), path.c_str());
+        PixelsOfFile(path);
+        GMIconConvert::BitmapToIcon(MakeBitmap(1, 1, 32).Get(), folder.File(L"a.ico"));
+        ScopedIcon(GMIconConvert::LoadIconFromFile(folder.File(L"a.ico").c_str(), 32, 32));
+        RunOnHost("true");
+    }
+    void TearDown() override { Gdiplus::GdiplusShutdown(m_token); }
+
+    ULONG_PTR m_token = 0;
+};
+[[maybe_unused]] ::testing::Environment * const s_session =
+    ::testing::AddGlobalTestEnvironment(new GdiplusSession);
+
+constexpr DWORD opaqueColor = imageColor | 0xFF000000;
+
+} // namespace
+
+TEST(GMIconConvert, WritesIconFiles)
+{
+    TemporaryFolder const folder;
+    std::wstring const path = folder.File(L"new\\a.ico");
+    Pixels const pixels = {0x80112233, 0x00000001, 0xFFFFFFFF, 1, 2, 3};
+    ScopedBitmap const bitmaps[] = {MakeBitmap(3, -2, 32, pixels), MakeBitmap(33, 2, 8),
+                                    MakeBitmap(256, 256, 24), MakeBitmap(5, 5, 1)};
+    std::vector<HBITMAP> handles;
+    for (ScopedBitmap const & each : bitmaps)
+        handles.push_back(each.Get());
+    ASSERT_TRUE(GMIconConvert::MultiBitmapToIcon(handles.data(), 4, path));
+
+    // Entry, header with twice the height, pixels from the lowest row on, mask.
+    struct Image
+    {
+        int width;
+        int height;
+        std::string pixels;
+        std::size_t mask;
+    };
+    Pixels const flipped = {1, 2, 3, 0x80112233, 0x00000001, 0xFFFFFFFF};
+    std::string const color("\x33\x66\x99\0", 4);
+    std::string painted;
+    for (int i = 0; i != 66; ++i)
+        painted += color;
+    Image const images[] = {
+        {3, 2, std::string(reinterpret_cast<char const *>(flipped.data()), 24), 2 * 4},
+        {33, 2, painted, 2 * 8},
+        {256, 256, std::string(256 * 256 * 4, '\0'), 256 * 32},
+        {5, 5, painted.substr(0, 25 * 4), 5 * 4},
+    };
+    std::string entries("\0\0\x01\0\x04\0", 6);
+    std::string data;
+    for (Image const & each : images)
+    {
+        Append(entries, std::array<BYTE, 4>{static_cast<BYTE>(each.width),
+                                            static_cast<BYTE>(each.height), 0, 0});
+        Append(entries, std::array<WORD, 2>{1, 32});
+        Append(entries, static_cast<DWORD>(40 + each.pixels.size() + each.mask));
+        Append(entries, static_cast<DWORD>(6 + 4 * 16 + data.size()));
+        BITMAPINFOHEADER const header = {40, each.width, 2 * each.height, 1, 32, BI_RGB, 0, 0, 0,
+                                         0,  0};
+        Append(data, header);
+        data += each.pixels + std::string(each.mask, '\0');
+    }
+    EXPECT_TRUE(entries + data == ReadBytes(path));
+
+    std::string const host = HostPath(path);
+    if (!host.empty())
+    {
+        EXPECT_EQ("--icon --index=1 --width=3 --height=2 --bit-depth=32 --palette-size=0\n",
+                  RunOnHost("icotool --list --index=1 '" + host + "'"));
+    }
+}
+
+TEST(GMIconConvert, TouchesNoFileForBitmapsItCannotWrite)
+{
+    TemporaryFolder const folder;
+    ScopedBitmap const bitmap = MakeBitmap(4, 4, 32);
+    HBITMAP mixed[] = {bitmap.Get(), nullptr};
+    std::vector<HBITMAP> many(0x10000, bitmap.Get());
+    std::wstring const path = folder.File(L"a.ico");
+    EXPECT_FALSE(GMIconConvert::MultiBitmapToIcon(mixed, 2, path));
+    EXPECT_FALSE(GMIconConvert::MultiBitmapToIcon(nullptr, 1, path));
+    EXPECT_FALSE(GMIconConvert::MultiBitmapToIcon(many.data(), 0x10000, path));
+    EXPECT_FALSE(GMIconConvert::BitmapToIcon(nullptr, path));
+    EXPECT_FALSE(std::filesystem::exists(path));
+    EXPECT_FALSE(GMIconConvert::BitmapToIcon(bitmap.Get(), folder.Path()));
+}
+
+TEST(GMIconConvert, DrawsIconsOfAllDepthsWithTheirAlpha)
+{
+    TemporaryFolder const folder;
+    for (WORD const depth : std::initializer_list<WORD>{1, 4, 8, 24, 32})
+    {
+        SCOPED_TRACE(depth);
+        ScopedIcon const icon = IconOf(folder, BitmapImage(32, 32, depth));
+        Pixels expected(32 * 32, 0x801A334D); // the colour times the alpha of 0x80
+        if (depth != 32)
+        {
+            // The mask hides the lower half. What is hidden keeps its colour, without alpha.
+            std::fill_n(expected.begin(), 16 * 32, opaqueColor);
+            std::fill_n(expected.begin() + 16 * 32, 16 * 32, imageColor);
+        }
+        Pixels const drawn = PixelsOf(GMIconConvert::IconToBitmap(icon.Get(), nullptr));
+        ASSERT_EQ(expected.size(), drawn.size());
+        auto const differing = std::mismatch(drawn.begin(), drawn.end(), expected.begin());
+        EXPECT_EQ(drawn.end(), differing.first)
+            << std::hex << *differing.first << " for " << *differing.second;
+
+        std::wstring const path = folder.File(L"a.png");
+        ASSERT_TRUE(GMIconConvert::GdiplusSaveHIconToPng(icon.Get(), path.c_str()));
+        Pixels const saved = PixelsOfFile(path);
+        ASSERT_EQ(32u * 32u, saved.size());
+        EXPECT_EQ(depth == 32 ? 0x80336699 : opaqueColor, saved.front());
+        EXPECT_EQ(depth == 32 ? 0x80336699 : 0, saved.back() & (depth == 32 ? ~0u : 0xFF000000));
+    }
+}
+
+TEST(GMIconConvert, TurnsBitmapsToIconsAndBack)
+{
+    TemporaryFolder const folder;
+    std::wstring const path = folder.File(L"a.ico");
+    Pixels plain;
+    for (DWORD i = 0; i != 32 * 32; ++i)
+        plain.push_back(i * 0x3FB);
+    Pixels withAlpha = plain;
+    withAlpha[5] = 0x01000000; // a single pixel of alpha 1 makes the others transparent
+    for (Pixels const & pixels : {plain, withAlpha})
+    {
+        ASSERT_TRUE(GMIconConvert::BitmapToIcon(MakeBitmap(32, -32, 32, pixels).Get(), path));
+        ScopedIcon const icon(GMIconConvert::LoadIconFromFile(path.c_str(), 32, 32));
+        Pixels expected = pixels;
+        for (DWORD & pixel : expected) // drawn with its alpha, or opaque
+            pixel = pixels == plain ? pixel | 0xFF000000 : pixel & 0xFF000000;
+        EXPECT_TRUE(expected == PixelsOf(GMIconConvert::IconToBitmap(icon.Get(), nullptr)));
+        SIZE size = {64, 16};
+        EXPECT_EQ(64u * 16u, PixelsOf(GMIconConvert::IconToBitmap(icon.Get(), &size)).size());
+        size = {0, 5};
+        EXPECT_EQ(nullptr, GMIconConvert::IconToBitmap(icon.Get(), &size));
+    }
+}
+
+TEST(GMIconConvert, RefusesWhatIsNoColourIcon)
+{
+    TemporaryFolder const folder;
+    std::wstring const path = folder.File(L"a.png");
+    EXPECT_EQ(nullptr, GMIconConvert::IconToBitmap(nullptr, nullptr));
+    EXPECT_FALSE(GMIconConvert::GdiplusSaveHIconToPng(nullptr, path.c_str()));
+    EXPECT_EQ(nullptr,
+              GMIconConvert::IconToBitmap(LoadCursorW(nullptr, MAKEINTRESOURCEW(32512)), nullptr));
+    // The masks alone, one below the other: what is opaque, and what is inverted.
+    ScopedBitmap const masks(CreateBitmap(16, 32, 1, 1, std::string(16 * 32 / 8, '\0').data()));
+    ICONINFO info = {TRUE, 0, 0, masks.Get(), nullptr};
+    ScopedIcon const icon(CreateIconIndirect(&info));
+    ASSERT_TRUE(icon);
+    EXPECT_EQ(nullptr, GMIconConvert::IconToBitmap(icon.Get(), nullptr));
+    SIZE size = {16, 16};
+    EXPECT_EQ(Pixels(256, 0xFF000000), PixelsOf(GMIconConvert::IconToBitmap(icon.Get(), &size)));
+    EXPECT_TRUE(GMIconConvert::GdiplusSaveHIconToPng(icon.Get(), path.c_str()));
+    EXPECT_EQ(Pixels(256, 0xFF000000), PixelsOfFile(path));
+}
+
+TEST(GMIconConvert, LoadsIconsOfFiles)
+{
+    static unsigned int destroyed;
+    static decltype(&DestroyIcon) destroy;
+    struct Fake
+    {
+        static BOOL WINAPI Destroy(HICON icon) { return ++destroyed, destroy(icon); }
+    };
+    TemporaryFolder const folder;
+    std::wstring const icons = folder.File(L"a.ico");
+    ASSERT_TRUE(GMIconConvert::BitmapToIcon(MakeBitmap(32, 32, 24).Get(), icons));
+    IconProgram const program = {{BitmapImage(32, 32, 8)}, {{GroupBytes({1})}}};
+    std::wstring const executable = folder.Write(L"a.exe", IconProgramBytes(program));
+    auto const sideOf = [](std::wstring const & path)
+    {
+        ScopedIcon const icon(GMIconConvert::LoadIconFromFile(path.c_str(), 64, 64));
+        ICONINFO info = {};
+        BITMAP format = {};
+        GetIconInfo(icon.Get(), &info);
+        ScopedBitmap const color(info.hbmColor);
+        ScopedBitmap const mask(info.hbmMask);
+        GetObjectW(color.Get(), sizeof(format), &format);
+        return format.bmWidth;
+    };
+    destroyed = 0;
+    ImportHook const hook("DestroyIcon", &Fake::Destroy, destroy);
+    EXPECT_EQ(64, sideOf(icons));
+    EXPECT_EQ(1u, destroyed); // the small one
+    EXPECT_EQ(GetSystemMetrics(SM_CXSMICON), sideOf(executable));
+    EXPECT_EQ(0, sideOf(folder.File(L"missing.ico")));
+    EXPECT_EQ(0, sideOf(folder.Write(L"not.ico", "no icon")));
+    EXPECT_EQ(1u, destroyed);
+}
+
+TEST(GMIconConvert, LeaksNoGdiObjects)
+{
+    TemporaryFolder const folder;
+    std::wstring const path = folder.File(L"a.png");
+    HCURSOR const cursor = LoadCursorW(nullptr, MAKEINTRESOURCEW(32512));
+    SIZE const tooLarge = {0x7FFF, 0x7FFFFFF};
+    ScopedIcon const icons[] = {IconOf(folder, BitmapImage(32, 32, 8)),
+                                IconOf(folder, BitmapImage(32, 32, 32))};
+    unsigned int before = 0;
+    for (int i = 0; i != 20; ++i)
+    {
+        for (ScopedIcon const & icon : icons)
+        {
+            SIZE size = tooLarge;
+            PixelsOf(GMIconConvert::IconToBitmap(icon.Get(), nullptr));
+            EXPECT_EQ(nullptr, GMIconConvert::IconToBitmap(icon.Get(), &size));
+            EXPECT_EQ(nullptr, GMIconConvert::IconToBitmap(cursor, nullptr));
+            GMIconConvert::GdiplusSaveHIconToPng(icon.Get(), path.c_str());
+            EXPECT_FALSE(GMIconConvert::GdiplusSaveHIconToPng(icon.Get(), folder.Path().c_str()));
+            GMIconConvert::BitmapToIcon(MakeBitmap(4, 4, 8).Get(), folder.File(L"a.ico"));
+        }
+        if (i == 0)
+            before = GdiObjectCount();
+    }
+    EXPECT_NE(0u, before);
+    EXPECT_GE(before, GdiObjectCount());
+}
+
+} // namespace Velmora::Testing
