@@ -2,11 +2,14 @@
 #include "VelmoraCommon/executable/GMPEDepend.h"
 #include "VelmoraCommon/frame/internal/ScopedHandle.h"
 #include "benchmarks/Families.h"
+#include "tests/executable/IconGroup.h"
+#include "tests/support/HostShell.h"
 #include "tests/support/RealFiles.h"
 
 #include <imagehlp.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <map>
 #include <set>
@@ -20,6 +23,8 @@ namespace
 {
 
 using Names = std::vector<std::wstring>;
+
+constexpr char iconsName[] = "executable: icon groups of real 32-bit files";
 
 std::wstring Widen(char const * name) { return std::wstring(name, name + std::strlen(name)); }
 
@@ -177,12 +182,87 @@ void MeasureMappedWalk(Report & report, std::vector<std::wstring> const & files)
                       Bar::RateAtLeast(0.85)}}});
 }
 
+void ReadIcons(std::wstring const & path)
+{
+    GMIconExtract extract(path);
+    std::vector<unsigned long long> numbers;
+    std::vector<GMString> const names = extract.GetIconIDs(numbers);
+    auto const read = [&](wchar_t const * group)
+    {
+        Testing::IconGroup const icon(extract, group);
+        Use(icon.Get());
+    };
+    for (GMString const & name : names)
+        read(name.c_str());
+    for (unsigned long long const number : numbers)
+        read(Testing::GroupNumber(number));
+}
+
+BOOL CALLBACK CopyGroup(HMODULE module, wchar_t const * type, wchar_t * name, LONG_PTR)
+{
+    HRSRC const entry = FindResourceW(module, name, type);
+    auto const group = static_cast<WORD const *>(LockResource(LoadResource(module, entry)));
+    std::vector<void *> images;
+    for (unsigned int i = 0; i != group[2]; ++i)
+    {
+        HRSRC const image =
+            FindResourceW(module, MAKEINTRESOURCEW(group[3 + 7 * i + 6]), MAKEINTRESOURCEW(3));
+        DWORD const size = SizeofResource(module, image);
+        images.push_back(std::malloc(size));
+        std::memcpy(images.back(), LockResource(LoadResource(module, image)), size);
+    }
+    Use(&images);
+    for (void * const image : images)
+        std::free(image);
+    return TRUE;
+}
+
+/// The fewest calls that copy the icons of a sound file.
+void ReadIconsBarely(std::wstring const & path)
+{
+    ScopedModule const module(LoadLibraryExW(path.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE));
+    EnumResourceNamesW(module.Get(), MAKEINTRESOURCEW(14), &CopyGroup, 0);
+}
+
+void MeasureIcons(Report & report)
+{
+    std::vector<std::wstring> files;
+    std::string command = "true";
+    for (std::wstring const & path : Testing::RealFiles("32"))
+    {
+        if (GMIconExtract(path).GetIconNums() == 0)
+            continue;
+        files.push_back(path);
+        command += "; wrestool -x --type=14 '" + Testing::HostPath(path) + "'";
+    }
+    auto const forAll = [&files](auto read)
+    {
+        return [&files, read]
+        {
+            for (std::wstring const & path : files)
+                read(path);
+        };
+    };
+    std::vector<Peer> peers = {
+        {"load, find and copy", forAll(&ReadIconsBarely), Bar::RateAtLeast(0.8)}};
+    // One shell runs it for all files. That it is started, too, is little beside that.
+    if (Testing::RunOnHost("command -v wrestool"))
+        peers.push_back({"wrestool", [&command] { Testing::RunOnHost(command + " >/dev/null"); },
+                         Bar::RateAtLeast(8)});
+    else
+        std::printf("%s: without wrestool, which isn't here\n", iconsName);
+    report.Measure(
+        {iconsName, static_cast<double>(files.size()), "files", forAll(&ReadIcons), peers});
+}
+
 } // namespace
 
 void MeasureExecutables(Report & report)
 {
     std::string const name = "executable: imports of real 32-bit files";
-    if (!report.IsWanted(name + ", plain reads") && !report.IsWanted(name + ", mapped walk"))
+    bool const wantsImports =
+        report.IsWanted(name + ", plain reads") || report.IsWanted(name + ", mapped walk");
+    if (!wantsImports && !report.IsWanted(iconsName))
         return;
     std::vector<std::wstring> const files = Importers();
     if (files.empty())
@@ -190,8 +270,13 @@ void MeasureExecutables(Report & report)
         std::printf("executable: left out, for scripts/real-files has gathered no real files\n");
         return;
     }
-    MeasureImports(report, files);
-    MeasureMappedWalk(report, files);
+    if (wantsImports)
+    {
+        MeasureImports(report, files);
+        MeasureMappedWalk(report, files);
+    }
+    if (report.IsWanted(iconsName))
+        MeasureIcons(report);
 }
 
 } // namespace Velmora::Benchmarks

@@ -38,7 +38,7 @@ ScopedBitmap MakeBitmap(int width, int height, WORD depth, Pixels const & pixels
         BITMAPINFOHEADER header;
         RGBQUAD colors[256];
     } info = {{sizeof(info.header), width, height, 1, depth, BI_RGB, 0, 0, 0, 0, 0}, {}};
-    std::fill(std::begin(info.colors), std::end(info.colors), RGBQUAD{0x33, 0x66, 0x99, 0});
+    std::fill(std::begin(info.colors), std::end(info.colors), RGBQUAD{0x99, 0x66, 0x33, 0});
     void * bits = nullptr;
     ScopedBitmap bitmap(CreateDIBSection(nullptr, reinterpret_cast<BITMAPINFO *>(&info),
                                          DIB_RGB_COLORS, &bits, nullptr, 0));
@@ -60,7 +60,7 @@ Pixels PixelsOf(HBITMAP made)
 /// An icon of 32 x 32 pixels from a program with this image.
 ScopedIcon IconOf(TemporaryFolder const & folder, std::string const & image)
 {
-    IconProgram const program = {{image}, {{GroupBytes({1})}}};
+    IconProgram const program = {{image}, {{L"", GroupBytes({1})}}};
     GMIconExtract extract(folder.Write(L"icon.exe", IconProgramBytes(program)));
     return ScopedIcon(extract.GetIcon(MAKEINTRESOURCEW(1), 0xFFFFFFFF));
 }
@@ -122,40 +122,21 @@ TEST(GMIconConvert, WritesIconFiles)
         handles.push_back(each.Get());
     ASSERT_TRUE(GMIconConvert::MultiBitmapToIcon(handles.data(), 4, path));
 
-    // Entry, header with twice the height, pixels from the lowest row on, mask.
-    struct Image
+    // The header with twice the height, pixels from the lowest row on, mask.
+    auto const image = [](int width, int height, std::string const & bits, int mask)
     {
-        int width;
-        int height;
-        std::string pixels;
-        std::size_t mask;
+        return Raw(BITMAPINFOHEADER{40, width, 2 * height, 1, 32, BI_RGB, 0, 0, 0, 0, 0}) + bits +
+               std::string(static_cast<std::size_t>(mask * height), '\0');
     };
-    Pixels const flipped = {1, 2, 3, 0x80112233, 0x00000001, 0xFFFFFFFF};
-    std::string const color("\x33\x66\x99\0", 4);
     std::string painted;
     for (int i = 0; i != 66; ++i)
-        painted += color;
-    Image const images[] = {
-        {3, 2, std::string(reinterpret_cast<char const *>(flipped.data()), 24), 2 * 4},
-        {33, 2, painted, 2 * 8},
-        {256, 256, std::string(256 * 256 * 4, '\0'), 256 * 32},
-        {5, 5, painted.substr(0, 25 * 4), 5 * 4},
-    };
-    std::string entries("\0\0\x01\0\x04\0", 6);
-    std::string data;
-    for (Image const & each : images)
-    {
-        Append(entries, std::array<BYTE, 4>{static_cast<BYTE>(each.width),
-                                            static_cast<BYTE>(each.height), 0, 0});
-        Append(entries, std::array<WORD, 2>{1, 32});
-        Append(entries, static_cast<DWORD>(40 + each.pixels.size() + each.mask));
-        Append(entries, static_cast<DWORD>(6 + 4 * 16 + data.size()));
-        BITMAPINFOHEADER const header = {40, each.width, 2 * each.height, 1, 32, BI_RGB, 0, 0, 0,
-                                         0,  0};
-        Append(data, header);
-        data += each.pixels + std::string(each.mask, '\0');
-    }
-    EXPECT_TRUE(entries + data == ReadBytes(path));
+        painted += Raw(imageColor);
+    std::string const flipped = Raw(1, 2, 3, pixels[0], pixels[1], pixels[2]);
+    EXPECT_TRUE(IconFileBytes({{3, 2, 0, 32, image(3, 2, flipped, 4)},
+                               {33, 2, 0, 32, image(33, 2, painted, 8)},
+                               {0, 0, 0, 32, image(256, 256, std::string(256 * 256 * 4, '\0'), 32)},
+                               {5, 5, 0, 32, image(5, 5, painted.substr(0, 100), 4)}}) ==
+                ReadBytes(path));
 
     std::string const host = HostPath(path);
     if (!host.empty())
@@ -264,7 +245,7 @@ TEST(GMIconConvert, LoadsIconsOfFiles)
     TemporaryFolder const folder;
     std::wstring const icons = folder.File(L"a.ico");
     ASSERT_TRUE(GMIconConvert::BitmapToIcon(MakeBitmap(32, 32, 24).Get(), icons));
-    IconProgram const program = {{BitmapImage(32, 32, 8)}, {{GroupBytes({1})}}};
+    IconProgram const program = {{BitmapImage(32, 32, 8)}, {{L"", GroupBytes({1})}}};
     std::wstring const executable = folder.Write(L"a.exe", IconProgramBytes(program));
     auto const sideOf = [](std::wstring const & path)
     {
