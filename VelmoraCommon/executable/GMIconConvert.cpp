@@ -19,8 +19,11 @@ using std::min;
 #include <gdiplus.h>
 
 #include "VelmoraCommon/executable/internal/IconFormat.h"
+#include "VelmoraCommon/executable/internal/IconImage.h"
+#include "VelmoraCommon/executable/internal/ResourceModule.h"
 #include "VelmoraCommon/files/GMFile.h"
 #include "VelmoraCommon/frame/internal/ScopedGdiHandle.h"
+#include "VelmoraCommon/frame/internal/SystemText.h"
 
 namespace Velmora
 {
@@ -244,6 +247,74 @@ bool SaveAsPng(Gdiplus::GpBitmap * bitmap, wchar_t const * path)
     return encoder && Flat::GdipSaveImageToFile(bitmap, path, &*encoder, nullptr) == Gdiplus::Ok;
 }
 
+// ---- file to icon
+
+/// Whether the first of \p module's groups and its images are whole.
+bool HasWholeIcon(ResourceModule const & module)
+{
+    struct Search
+    {
+        ResourceModule const & module;
+        bool isWhole;
+        static BOOL CALLBACK Look(HMODULE, wchar_t const * type, wchar_t * name, LONG_PTR object)
+        {
+            auto & self = *reinterpret_cast<Search *>(object);
+            ResourceBytes const group = self.module.Find(type, name);
+            unsigned int const count = ImageCount(group).value_or(0);
+            unsigned int i = 0;
+            for (; i != count; ++i)
+            {
+                auto const image =
+                    self.module.Find(MAKEINTRESOURCEW(3), MAKEINTRESOURCEW(ImageId(group, i)));
+                auto const info = ReadImageInfo(image);
+                if (!info || !IsWholeImage(image, *info))
+                    break;
+            }
+            self.isWhole = count != 0 && i == count;
+            return FALSE;
+        }
+    };
+    Search search = {module, false};
+    if (module.HasSoundTables())
+        EnumResourceNamesW(module.Get(), MAKEINTRESOURCEW(14), &Search::Look,
+                           reinterpret_cast<LONG_PTR>(&search));
+    return search.isWhole;
+}
+
+/// Whether the images that the directory of an icon file tells of lie within the file.
+bool HasWholeDirectory(GMFile & file, IconHeader const & header, unsigned long long fileSize)
+{
+    std::vector<IconEntry> entries(header.count);
+    auto const size = static_cast<unsigned int>(entries.size() * sizeof(IconEntry));
+    unsigned int read = 0;
+    return header.count != 0 && size <= fileSize - sizeof(header) &&
+           file.Read(entries.data(), size, read) && read == size &&
+           std::all_of(entries.begin(), entries.end(),
+                       [&](IconEntry const & entry) {
+                           return entry.offset <= fileSize && entry.size <= fileSize - entry.offset;
+                       });
+}
+
+/// Whether the system can look for an icon in a file. It trusts what the file says, and would fail
+/// in a way that nobody can catch.
+bool IsWholeIconFile(wchar_t const * path)
+{
+    // The system searches for a name alone.
+    GMString const found =
+        ReadSystemText([path](wchar_t * text, unsigned long size)
+                       { return SearchPathW(nullptr, path, nullptr, size, text, nullptr); });
+    GMFile file;
+    unsigned long long size = 0;
+    IconHeader header = {};
+    unsigned int read = 0;
+    if (!file.Create(found, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, OPEN_EXISTING, 0) ||
+        !file.GetSize(size) || !file.Read(&header, sizeof(header), read) || read != sizeof(header))
+        return false;
+    if (header.reserved == 0 && (header.type == iconType || header.type == cursorType))
+        return HasWholeDirectory(file, header, size);
+    return HasWholeIcon(ResourceModule(found));
+}
+
 } // namespace
 
 bool GMIconConvert::BitmapToIcon(HBITMAP bitmap, GMString const & path)
@@ -355,8 +426,8 @@ bool GMIconConvert::GdiplusSaveHIconToPng(HICON icon, wchar_t const * path)
 HICON GMIconConvert::LoadIconFromFile(wchar_t const * path, int width, int height)
 {
     ScopedIcon smallIcon;
-    if (path == nullptr || ExtractIconExW(path, 0, nullptr, smallIcon.Receive(), 1) == 0 ||
-        !smallIcon)
+    if (path == nullptr || !IsWholeIconFile(path) ||
+        ExtractIconExW(path, 0, nullptr, smallIcon.Receive(), 1) == 0 || !smallIcon)
         return nullptr;
     auto const loaded =
         static_cast<HICON>(LoadImageW(nullptr, path, IMAGE_ICON, width, height, LR_LOADFROMFILE));

@@ -1,15 +1,13 @@
 #include "VelmoraCommon/executable/GMIconExtract.h"
 
-#include <algorithm>
-#include <climits>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <optional>
-#include <string>
+#include <iterator>
 
 #include "VelmoraCommon/executable/internal/IconFormat.h"
+#include "VelmoraCommon/executable/internal/IconImage.h"
 #include "VelmoraCommon/executable/internal/ResourceModule.h"
 #include "VelmoraCommon/files/GMFile.h"
 
@@ -28,108 +26,9 @@ constexpr unsigned int bestImage = 0xFFFFFFFF;
 /// The version of the icon format that `CreateIconFromResource` wants to hear.
 constexpr DWORD iconVersion = 0x00030000;
 
-/// A PNG stream of a few bytes may stand for any size. No icon is larger than this.
-constexpr int pngSideLimit = 1024;
-
 /// The images of a group may share their bytes, and each is copied. All together they are at most
 /// that many times as large as the file.
 constexpr std::uint64_t copyLimit = 16;
-
-/// Entries of the colour table, RGBQUAD each.
-std::uint64_t ColorCount(BITMAPINFOHEADER const & header)
-{
-    if (header.biClrUsed != 0)
-        return header.biClrUsed;
-    switch (header.biBitCount)
-    {
-    case 1:
-    case 4:
-    case 8:
-        return 1u << header.biBitCount;
-    default:
-        return 0;
-    }
-}
-
-/// Bytes of \p rows rows. Bitmaps may claim any size: those beyond all files come to the same.
-std::uint64_t RowsSize(std::uint64_t rowSize, std::uint64_t rows)
-{
-    constexpr std::uint64_t beyondAllFiles = std::uint64_t(1) << 62;
-    return rows == 0 || rowSize <= beyondAllFiles / rows ? rowSize * rows : beyondAllFiles;
-}
-
-/// A size in pixels of a PNG stream.
-int ReadPngSide(unsigned char const * at)
-{
-    std::uint32_t const side =
-        std::uint32_t(at[0]) << 24 | std::uint32_t(at[1]) << 16 | std::uint32_t(at[2]) << 8 | at[3];
-    return static_cast<int>(std::min<std::uint32_t>(side, INT_MAX));
-}
-
-/// What an image says about itself, and where its parts begin if it is a bitmap: offsets, which may
-/// lie behind its bytes.
-struct ImageInfo
-{
-    bool isPng;
-    int width;
-    int height;
-    unsigned int depth; // bits per pixel
-    std::uint64_t colorBits;
-    std::uint64_t maskBits;
-    std::uint64_t end;
-};
-
-bool IsPng(ResourceBytes const & image)
-{
-    return image.size > sizeof(pngSignature) && ReadUnaligned<DWORD>(image.data) == pngSignature;
-}
-
-std::optional<ImageInfo> ReadPngInfo(ResourceBytes const & image)
-{
-    if (image.size < pngSizeEnd)
-        return std::nullopt;
-    int const width = ReadPngSide(image.data + pngWidthOffset);
-    int const height = ReadPngSide(image.data + pngHeightOffset);
-    return ImageInfo{true, width, height, 32, 0, 0, 0};
-}
-
-std::optional<ImageInfo> ReadBitmapInfo(ResourceBytes const & image)
-{
-    if (image.size < sizeof(BITMAPINFOHEADER))
-        return std::nullopt;
-    auto const header = ReadUnaligned<BITMAPINFOHEADER>(image.data);
-    unsigned int const depth = unsigned(header.biPlanes) * header.biBitCount;
-    ImageInfo info = {false, header.biWidth, header.biHeight / 2, depth, 0, 0, 0};
-    // Negative sizes are those of rows that go the other way.
-    std::uint64_t const width = std::uint64_t(std::llabs(info.width));
-    std::uint64_t const height = std::uint64_t(std::llabs(info.height));
-    info.colorBits = header.biSize + ColorCount(header) * sizeof(RGBQUAD);
-    info.maskBits = info.colorBits + RowsSize(RowSize(depth, width), height);
-    info.end = info.maskBits + RowsSize(RowSize(1, width), height);
-    return info;
-}
-
-std::optional<ImageInfo> ReadImageInfo(ResourceBytes const & image)
-{
-    return IsPng(image) ? ReadPngInfo(image) : ReadBitmapInfo(image);
-}
-
-/// The number of images of \p group. A group that is too short for them is a damaged one: nothing.
-std::optional<WORD> ImageCount(ResourceBytes const & group)
-{
-    if (group.size < sizeof(IconHeader))
-        return std::nullopt;
-    WORD const count = ReadUnaligned<IconHeader>(group.data).count;
-    if ((group.size - sizeof(IconHeader)) / groupEntrySize < count)
-        return std::nullopt;
-    return count;
-}
-
-WORD ImageId(ResourceBytes const & group, unsigned int index)
-{
-    return ReadUnaligned<WORD>(group.data + sizeof(IconHeader) + index * groupEntrySize +
-                               groupEntryImageId);
-}
 
 HICON CreateIcon(unsigned char const * image, std::size_t size)
 {
@@ -138,19 +37,11 @@ HICON CreateIcon(unsigned char const * image, std::size_t size)
                                   TRUE, iconVersion);
 }
 
-/// An icon of \p image. The system doesn't promise to stay within its bytes.
+/// An icon of \p image, if that is whole.
 HICON CreateIcon(ResourceBytes const & image)
 {
     auto const info = ReadImageInfo(image);
-    if (!info || info->width < 1 || info->height < 1)
-        return nullptr;
-    if (info->isPng)
-        return info->width <= pngSideLimit && info->height <= pngSideLimit
-                   ? CreateIcon(image.data, image.size)
-                   : nullptr;
-    auto const header = ReadUnaligned<BITMAPINFOHEADER>(image.data);
-    if (header.biSize < sizeof(header) || header.biPlanes == 0 || header.biCompression != BI_RGB ||
-        info->maskBits > image.size)
+    if (!info || !IsWholeImage(image, *info))
         return nullptr;
     if (info->end <= image.size)
         return CreateIcon(image.data, image.size);
@@ -185,9 +76,9 @@ ScopedIconResource AllocateIcon(unsigned int count)
 /// Fills \p copy with a copy of \p image.
 bool CopyImage(ResourceBytes const & image, ICON_IMAGE & copy)
 {
-    bool const isPng = IsPng(image);
-    auto const bitmap = isPng ? std::nullopt : ReadBitmapInfo(image);
-    if (!isPng && !bitmap)
+    auto const info = ReadImageInfo(image);
+    bool const isPng = IsPngImage(image);
+    if (!info && !isPng)
         return false;
     copy.data = static_cast<unsigned char *>(std::malloc(image.size));
     if (copy.data == nullptr)
@@ -200,11 +91,11 @@ bool CopyImage(ResourceBytes const & image, ICON_IMAGE & copy)
         return true;
     auto const at = [&](std::uint64_t offset)
     { return offset <= image.size ? copy.data + offset : nullptr; };
-    copy.width = static_cast<unsigned int>(bitmap->width);
-    copy.height = static_cast<unsigned int>(bitmap->height);
-    copy.colorBits = bitmap->depth;
-    copy.colorBitsStart = at(bitmap->colorBits);
-    copy.maskBitsStart = at(bitmap->maskBits);
+    copy.width = static_cast<unsigned int>(info->width);
+    copy.height = static_cast<unsigned int>(info->height);
+    copy.colorBits = info->depth;
+    copy.colorBitsStart = at(info->colorBits);
+    copy.maskBitsStart = at(info->maskBits);
     return true;
 }
 
@@ -234,7 +125,7 @@ bool WriteAll(GMFile & file, void const * bytes, std::size_t size)
 
 bool WriteImage(GMFile & file, ICON_IMAGE const & image)
 {
-    if (IsPng({image.data, image.dataSize}))
+    if (IsPngImage({image.data, image.dataSize}))
         return WriteAll(file, image.data, image.dataSize);
     BITMAPINFOHEADER header = *image.header;
     header.biSizeImage = 0;

@@ -263,6 +263,7 @@ TEST(GMIconConvert, LoadsIconsOfFiles)
     EXPECT_EQ(64, sideOf(icons));
     EXPECT_EQ(1u, destroyed); // the small one
     EXPECT_EQ(GetSystemMetrics(SM_CXSMICON), sideOf(executable));
+    EXPECT_EQ(GetSystemMetrics(SM_CXSMICON), sideOf(L"user32.dll"));
     EXPECT_EQ(0, sideOf(folder.File(L"missing.ico")));
     EXPECT_EQ(0, sideOf(folder.Write(L"not.ico", "no icon")));
     EXPECT_EQ(1u, destroyed);

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "VelmoraCommon/executable/GMIconConvert.h"
 #include "tests/executable/IconBytes.h"
 #include "tests/executable/IconGroup.h"
 #include "tests/support/AllocationMeter.h"
@@ -46,7 +47,9 @@ std::size_t AskAll(TemporaryFolder const & folder, std::string const & bytes)
     ImportHook const hook("CreateIconFromResource", &MakeUnshared);
     AllocationMeter const meter;
     std::size_t copied = 0;
-    GMIconExtract extract(folder.Write(L"damaged.exe", bytes));
+    std::wstring const path = folder.Write(L"damaged.exe", bytes);
+    DestroyIcon(GMIconConvert::LoadIconFromFile(path.c_str(), 32, 32));
+    GMIconExtract extract(path);
     std::wstring saved = folder.File(L"saved.ico");
     extract.SaveIcon(saved);
     Numbers numbers;

@@ -91,11 +91,12 @@ struct IconProgram
 /// a page: behind it nothing can be read.
 inline std::string AlignEnd(std::string bytes)
 {
-    DWORD const padding = static_cast<DWORD>(4096 - bytes.size() % 4096);
-    bytes.insert(std::min<std::size_t>(bytes.size(), sectionOffset), padding, '\0');
-    Place(bytes, sectionsOffset + offsetof(IMAGE_SECTION_HEADER, PointerToRawData),
-          sectionOffset + padding);
-    return bytes;
+    DWORD const padding = static_cast<DWORD>(4096 - bytes.size() % 4096) % 4096;
+    std::size_t const field = sectionsOffset + offsetof(IMAGE_SECTION_HEADER, PointerToRawData);
+    DWORD offset = 0;
+    std::memcpy(&offset, &bytes.at(field), sizeof(offset));
+    Place(bytes, field, offset + padding);
+    return bytes.insert(sectionOffset, padding, '\0');
 }
 
 // The tables of a program: the types; images and groups; the one language of each; where they are.

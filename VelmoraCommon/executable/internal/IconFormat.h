@@ -17,6 +17,7 @@ struct IconHeader
     WORD count;    // of images
 };
 constexpr WORD iconType = 1;
+constexpr WORD cursorType = 2;
 
 /// One image in the directory of a file.
 struct IconEntry
