@@ -3,8 +3,8 @@
 //   1. The imports are followed from file to file, nearest first; no file is loaded for that. What
 //      is wanted at the start goes before what is wanted at first use, so that a library counts as
 //      wanted later only if it isn't wanted before.
-//   2. What is missing is told first, with the way that leads to it. Then come version, signer and
-//      the tree of libraries with their files.
+//   2. What is missing is told first, with the way that leads to it. Then come version, icons,
+//      signer and the tree of libraries with their files.
 //
 // Libraries of Windows are followed, too, but shown with what they need only if something of it is
 // missing, and not for what they want at first use, which may well be absent.
@@ -20,6 +20,8 @@
 
 #include "VelmoraCommon/executable/GMDependsFinder.h"
 #include "VelmoraCommon/executable/GMFileCertificate.h"
+#include "VelmoraCommon/executable/GMIconConvert.h"
+#include "VelmoraCommon/executable/GMIconExtract.h"
 #include "VelmoraCommon/executable/GMPEDepend.h"
 #include "VelmoraCommon/executable/GMPEInfo.h"
 #include "VelmoraCommon/files/GMFile.h"
@@ -33,18 +35,30 @@
 #include "VelmoraCommon/text/GMStringUtils.h"
 #include "VelmoraCommon/text/GMVersionUtils.h"
 
+// GDI+ expects what WindowsApi.h leaves out.
+#include <objidl.h>
+namespace Gdiplus
+{
+using std::max;
+using std::min;
+} // namespace Gdiplus
+#include <gdiplus.h>
+
 using namespace Velmora;
 
 namespace
 {
 
 constexpr char usage[] =
-    "peinspect FILE [--json]\n"
+    "peinspect FILE [--json] [--icon OUT.ico] [--png OUT.png]\n"
     "Tells which libraries the 32-bit program or library FILE lacks, and what else it says about\n"
-    "itself: its version, who signed it, and the tree of the libraries that it needs. With --json\n"
-    "the same as JSON.\n"
+    "itself: its version, its icons, who signed it, and the tree of the libraries that it needs.\n"
+    "  --json  the same as JSON\n"
+    "  --icon  saves its first icon in all sizes\n"
+    "  --png   saves its first icon as a picture\n"
     "Ends with 0 if nothing is missing, 1 if something is missing or damaged, and 2 for a wrong\n"
-    "command line or a FILE that can't be read. Of 64-bit files the libraries aren't looked at.\n";
+    "command line, a FILE that can't be read, or an icon that can't be saved. Of 64-bit files the\n"
+    "libraries aren't looked at.\n";
 
 enum ExitCode
 {
@@ -82,6 +96,15 @@ GMString OnOneLine(GMString text)
     std::replace_if(
         text.begin(), text.end(), [](wchar_t unit) { return unit < L' ' || unit == 0x7F; }, L' ');
     return text;
+}
+
+/// The texts from number \p first on.
+GMString Joined(std::vector<GMString> const & texts, std::size_t first = 0)
+{
+    GMString all;
+    for (std::size_t i = first; i < texts.size(); ++i)
+        all += (i == first ? L"" : L", ") + texts[i];
+    return all;
 }
 
 // ---- One executable file -----------------------------------------------------------------------
@@ -490,6 +513,32 @@ struct Imprint
     GMFileCertificate::SignerInfo signer;
 };
 
+// ---- Icons -------------------------------------------------------------------------------------
+
+/// The groups of icons; a number stands for one without a name.
+std::vector<GMString> IconGroups(GMIconExtract & icons)
+{
+    std::vector<unsigned __int64> numbers;
+    std::vector<GMString> groups = icons.GetIconIDs(numbers);
+    for (unsigned __int64 const number : numbers)
+        groups.push_back(GMStringUtils::ToString(number));
+    return groups;
+}
+
+/// Whether the icon could be saved.
+bool SavePng(GMIconExtract & icons, GMString const & path)
+{
+    Gdiplus::GdiplusStartupInput const input;
+    ULONG_PTR token = 0;
+    if (Gdiplus::GdiplusStartup(&token, &input, nullptr) != Gdiplus::Ok)
+        return false;
+    HICON const icon = icons.GetDefultIcon();
+    bool const saved = GMIconConvert::GdiplusSaveHIconToPng(icon, path.c_str());
+    DestroyIcon(icon);
+    Gdiplus::GdiplusShutdown(token);
+    return saved;
+}
+
 // ---- Telling -----------------------------------------------------------------------------------
 
 /// All that is told of a file.
@@ -500,27 +549,18 @@ struct Report
     Search const & search;
     Tree const & tree;
     Imprint const & imprint;
+    std::vector<GMString> icons; // the groups
 };
-
-/// The names of all but the first of \p numbers.
-GMString Others(Tree const & tree, std::vector<std::size_t> const & numbers)
-{
-    GMString names;
-    for (std::size_t i = 1; i < numbers.size(); ++i)
-        names += (i == 1 ? L"" : L", ") + tree.libraries[numbers[i]].name;
-    return names;
-}
 
 /// Who needs a library, and by way of whom; nobody needs the inspected file itself.
 GMString NeededBy(Tree const & tree, std::size_t number)
 {
-    std::vector<std::size_t> const way = tree.Way(number);
+    std::vector<GMString> const way = tree.Names(tree.Way(number));
     if (way.empty())
         return GMString();
-    GMString const between = Others(tree, way);
-    GMString const others = Others(tree, tree.libraries[number].neededBy);
-    return L" (needed by " + tree.libraries[way.front()].name +
-           (between.empty() ? L"" : L", via " + between) +
+    GMString const between = Joined(way, 1);
+    GMString const others = Joined(tree.Names(tree.libraries[number].neededBy), 1);
+    return L" (needed by " + way.front() + (between.empty() ? L"" : L", via " + between) +
            (others.empty() ? L"" : L"; also by " + others) + L")";
 }
 
@@ -551,6 +591,8 @@ void TellProblems(Report const & report)
                       L"the 32-bit ones");
 }
 
+constexpr std::size_t shownIcons = 10; // groups; as JSON there are all
+
 void TellImprint(Report const & report)
 {
     Imprint const & imprint = report.imprint;
@@ -563,6 +605,15 @@ void TellImprint(Report const & report)
               L"  version " + imprint.fileVersion + L", of the product " + imprint.productVersion);
     for (auto const & [name, text] : imprint.texts)
         Print(stdout, OnOneLine(L"  " + name + L": " + text));
+    std::vector<GMString> icons = report.icons;
+    if (icons.size() > shownIcons)
+    {
+        icons.resize(shownIcons);
+        icons.push_back(GMStringUtils::FormatResult(
+            L"and %u more", static_cast<unsigned int>(report.icons.size() - shownIcons)));
+    }
+    if (!icons.empty())
+        Print(stdout, OnOneLine(L"  icons: " + Joined(icons)));
     if (imprint.signer.name.empty())
         Print(stdout, L"  not signed");
     else
@@ -711,6 +762,7 @@ void TellAsJson(Report const & report)
     json.Close(L'}');
     json.TextOrNull(L"signer", imprint.signer.name);
     json.TextOrNull(L"serialNumber", imprint.signer.serial);
+    json.Texts(L"icons", report.icons);
     json.Open(L"libraries", L'['); // the first is the file itself
     constexpr wchar_t const * stateNames[] = {L"found", L"part of Windows", L"missing",
                                               L"unusable"};
@@ -739,6 +791,8 @@ void TellAsJson(Report const & report)
 struct Options
 {
     GMString file;
+    GMString icon;
+    GMString png;
     bool json = false;
 };
 
@@ -749,6 +803,10 @@ bool ReadOptions(int argc, wchar_t ** argv, Options & options)
         GMString const argument = argv[i];
         if (argument == L"--json")
             options.json = true;
+        else if (argument == L"--icon" && i + 1 < argc)
+            options.icon = argv[++i];
+        else if (argument == L"--png" && i + 1 < argc)
+            options.png = argv[++i];
         else if (GMStringUtils::BeginWith(argument, L"--") || !options.file.empty())
             return false;
         else
@@ -757,20 +815,38 @@ bool ReadOptions(int argc, wchar_t ** argv, Options & options)
     return !options.file.empty();
 }
 
+void SaveIcon(Options const & options, GMIconExtract & icons)
+{
+    if (icons.GetIconNums() == 0 && !(options.icon + options.png).empty())
+        throw Failure{L"has no icon"};
+    GMString icon = options.icon;
+    if (!icon.empty() && !icons.SaveIcon(icon))
+        throw Failure{L"its icon can't be saved as " + icon};
+    if (!options.png.empty() && !SavePng(icons, options.png))
+        throw Failure{L"its icon can't be saved as " + options.png};
+}
+
 ExitCode Run(Options const & options)
 {
     GMString const path = FullPath(options.file);
+    for (GMString const & output : {options.icon, options.png})
+    {
+        if (!output.empty() && GMStringUtils::CompareNoCase(path, FullPath(output)) == 0)
+            throw Failure{L"would be overwritten by its icon"};
+    }
     Image const image(path);
     if (!image.IsExecutable())
         throw Failure{L"isn't an executable file"};
     Search const search(path);
     Tree const tree(path, image, search);
     Imprint const imprint(path);
-    Report const report = {path, image, search, tree, imprint};
+    GMIconExtract icons(path);
+    Report const report = {path, image, search, tree, imprint, IconGroups(icons)};
     if (options.json)
         TellAsJson(report);
     else
         Tell(report);
+    SaveIcon(options, icons);
     return tree.Problems().empty() ? nothingMissing : somethingMissing;
 }
 

@@ -219,6 +219,7 @@ TEST_F(Peinspect, WritesJson)
   "texts": {},
   "signer": null,
   "serialNumber": null,
+  "icons": [],
   "libraries": [
     {
       "name": "game.exe",
@@ -248,10 +249,22 @@ TEST_F(Peinspect, WritesJson)
               output);
 }
 
-TEST_F(Peinspect, SaysWhyItCanTReadAFile)
+TEST_F(Peinspect, SavesIcons)
+{
+    std::wstring const file = L"C:\\windows\\notepad.exe";
+    std::string const output = Run(0, file + L" --icon o.ico --png o.png --json");
+    EXPECT_EQ(output.npos, output.find("\"icons\": []"));
+    ExpectSays(output, "\"icons\": [\"");
+    std::string const icon = ReadBytes(L"o.ico");
+    EXPECT_EQ(std::string("\0\0\1\0", 4), icon.substr(0, 4));
+    EXPECT_EQ("\x89PNG\r\n\x1A\n", ReadBytes(L"o.png").substr(0, 8));
+}
+
+TEST_F(Peinspect, SaysWhatItCanTDo)
 {
     m_folder.Write(L"readme.txt", "text");
     m_folder.Write(L"empty.exe");
+    m_folder.Write(L"game.exe", ProgramBytes({}));
     GMFile lock;
     lock.Create(m_folder.Write(L"locked.exe"), GENERIC_READ, 0, OPEN_EXISTING, 0);
     std::pair<wchar_t const *, char const *> const cases[] = {
@@ -263,9 +276,14 @@ TEST_F(Peinspect, SaysWhyItCanTReadAFile)
         {L"a.exe b.exe", "peinspect FILE"},
         {L"a.exe --no", "peinspect FILE"},
         {L"--json", "peinspect FILE"},
+        {L"game.exe --icon", "peinspect FILE"},
+        {L"game.exe --icon o.ico", "game.exe: has no icon\n"},
+        {L"game.exe --png .\\GAME.exe", "game.exe: would be overwritten by its icon\n"},
+        {L"C:\\windows\\notepad.exe --icon no\\o.ico", ": its icon can't be saved as no\\o.ico\n"},
+        {L"C:\\windows\\notepad.exe --png no\\o.png", ": its icon can't be saved as no\\o.png\n"},
     };
     for (auto const & [arguments, says] : cases)
-        EXPECT_EQ(0u, Run(2, arguments).find(says)) << says;
+        ExpectSays(Run(2, arguments), says);
 }
 
 } // namespace Velmora::Testing
