@@ -45,3 +45,37 @@ say "without libwinpthread-1.dll it ends with 1 and shows so:"
 tr -d '\r' <"$work/missing.txt" | sed '/^note/d; s/^/      | /'
 head -1 "$work/missing.txt" | grep -q '^missing: libwinpthread-1.dll (.*via libgcc_s_dw2-1.dll)' ||
     fail "the missing library doesn't come first"
+
+step "12. Icons saved by peinspect"
+if [ -d build/real-files/icons/winemine.exe ]; then
+    saved=$work/icons
+    rm -rf "$saved"
+    mkdir -p "$saved/ours" "$saved/theirs"
+    peinspect "$(windows_path "$PWD/$real/winemine.exe")" --icon "$(windows_path "$saved/mine.ico")" \
+        --png "$(windows_path "$saved/mine.png")" >"$work/icons.txt" || fail "peinspect winemine.exe"
+    # The directories of the two icon files differ in fields that nobody reads; the images don't.
+    icotool -x -o "$saved/ours" "$saved/mine.ico"
+    for icon in build/real-files/icons/winemine.exe/*.ico; do
+        cp "$icon" "$saved/mine.ico"
+        icotool -x -o "$saved/theirs" "$saved/mine.ico"
+    done
+    diff -r "$saved/ours" "$saved/theirs" || fail "wrestool finds other images in winemine.exe"
+    say "wrestool: the $(find "$saved/ours" -type f | wc -l) images of the icon file are those of winemine.exe"
+    python3 - "$saved/mine.png" <<'END' || fail "the picture is damaged"
+import struct, sys, zlib
+png = open(sys.argv[1], "rb").read()
+assert png[:8] == b"\x89PNG\r\n\x1a\n"
+at, pixels = 8, b""
+while at < len(png):
+    size, kind = struct.unpack_from(">I4s", png, at)
+    data = png[at + 8 : at + 8 + size]
+    assert zlib.crc32(kind + data) == struct.unpack_from(">I", png, at + 8 + size)[0]
+    pixels += data if kind == b"IDAT" else b""
+    at += size + 12
+width, height, bits, colours = struct.unpack_from(">IIBB", png, 16)
+assert (bits, colours) == (8, 6) and len(zlib.decompress(pixels)) == (4 * width + 1) * height
+print(f"  python3: the picture is a whole PNG of {width} x {height} pixels with an alpha channel")
+END
+else
+    say "left out: without the 32-bit Wine there is no real file with an icon"
+fi
