@@ -4,13 +4,15 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <cwchar>
 #include <optional>
 #include <vector>
 
 #include <objidl.h>
+#include <propidl.h>
 #include <shellapi.h>
 
-// GDI+ expects the macros that WindowsApi.h leaves out.
+// GDI+ expects the macros that NOMINMAX leaves out.
 namespace Gdiplus
 {
 using std::max;
@@ -164,14 +166,13 @@ bool DrawOnZeros(HDC context, HICON icon, SIZE size, std::uint32_t * pixels, std
 
 // ---- icon to PNG file
 
-template <class Image>
-struct GdiplusImageTraits
+struct GdiplusBitmapTraits
 {
-    using Handle = Image *;
+    using Handle = Gdiplus::GpBitmap *;
     static Handle None() noexcept { return nullptr; }
-    static void Close(Handle image) noexcept { Flat::GdipDisposeImage(image); }
+    static void Close(Handle bitmap) noexcept { Flat::GdipDisposeImage(bitmap); }
 };
-using ScopedGdiplusBitmap = ScopedHandle<GdiplusImageTraits<Gdiplus::GpBitmap>>;
+using ScopedGdiplusBitmap = ScopedHandle<GdiplusBitmapTraits>;
 
 /// The pixels of a GDI+ bitmap for a scope, which the bitmap must outlive.
 class LockedPixels

@@ -43,10 +43,13 @@ struct ICON_RESOURCE
 /// module, which goes with the last of them, and has lists of its own. Use from one thread at a
 /// time.
 ///
-/// A group is named by a text, or by a number in a pointer's place (`MAKEINTRESOURCE`). Icons that
-/// are returned belong to the caller, who gives them back with `DestroyIcon`; they have the size
-/// that the system gives icons, whatever the image's. An image must be whole, but for its mask; a
-/// PNG image must not be wider or higher than 1,024 pixels.
+/// A group is named by a text, or by a number in a pointer's place (`MAKEINTRESOURCE`).
+///
+/// Icons that are returned belong to the caller, who gives them back with `DestroyIcon`. They are
+/// made by `CreateIconFromResource`: in the size that the system gives icons, whatever the image's,
+/// and shared, so that the system may keep what they take until the process ends. Ask once for one
+/// that is needed often. An image must be whole, but for its mask; a PNG image must not be wider or
+/// higher than 1,024 pixels.
 class VELMORA_API GMIconExtract
 {
 public:
