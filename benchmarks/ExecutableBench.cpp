@@ -1,8 +1,8 @@
 #include "VelmoraCommon/executable/GMDependsFinder.h"
+#include "VelmoraCommon/executable/GMIconExtract.h"
 #include "VelmoraCommon/executable/GMPEDepend.h"
 #include "VelmoraCommon/frame/internal/ScopedHandle.h"
 #include "benchmarks/Families.h"
-#include "tests/executable/IconGroup.h"
 #include "tests/support/HostShell.h"
 #include "tests/support/RealFiles.h"
 
@@ -18,6 +18,19 @@
 
 namespace Velmora::Benchmarks
 {
+
+// To read a group without writing a file is private. An explicit instantiation may name it.
+struct ReadIconAccess
+{
+    using Member = ICON_RESOURCE * (GMIconExtract::*)(wchar_t const *);
+    friend Member Private(ReadIconAccess);
+};
+template <class Access, typename Access::Member member>
+struct PrivateMember
+{
+    friend typename Access::Member Private(Access) { return member; }
+};
+template struct PrivateMember<ReadIconAccess, &GMIconExtract::ReadIcon>;
 
 namespace
 {
@@ -189,13 +202,16 @@ void ReadIcons(std::wstring const & path)
     std::vector<GMString> const names = extract.GetIconIDs(numbers);
     auto const read = [&](wchar_t const * group)
     {
-        Testing::IconGroup const icon(extract, group);
-        Use(icon.Get());
+        ICON_RESOURCE * const icon = (extract.*Private(ReadIconAccess()))(group);
+        Use(icon);
+        for (unsigned int i = 0; icon != nullptr && i != icon->imageCount; ++i)
+            std::free(icon->images[i].data);
+        std::free(icon);
     };
     for (GMString const & name : names)
         read(name.c_str());
     for (unsigned long long const number : numbers)
-        read(Testing::GroupNumber(number));
+        read(MAKEINTRESOURCEW(number));
 }
 
 BOOL CALLBACK CopyGroup(HMODULE module, wchar_t const * type, wchar_t * name, LONG_PTR)

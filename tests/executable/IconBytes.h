@@ -79,14 +79,6 @@ inline std::string GroupBytes(std::vector<WORD> const & ids, int claimed = -1)
     return bytes;
 }
 
-/// A program of nothing but icons. Images are numbered from 1 on. Groups have names, those first,
-/// or are numbered from 1 on, too.
-struct IconProgram
-{
-    std::vector<std::string> images;
-    std::vector<std::pair<std::wstring, std::string>> groups;
-};
-
 /// Moves the section, which begins behind the headers, so that the last byte of the file is that of
 /// a page: behind it nothing can be read.
 inline std::string AlignEnd(std::string bytes)
@@ -99,70 +91,56 @@ inline std::string AlignEnd(std::string bytes)
     return bytes.insert(sectionOffset, padding, '\0');
 }
 
-// The tables of a program: the types; images and groups; the one language of each; where they are.
-constexpr std::size_t tableHeader = sizeof(IMAGE_RESOURCE_DIRECTORY);
-constexpr std::size_t tableEntry = 8;
-constexpr std::size_t imageTable = tableHeader + 2 * tableEntry;
-inline std::size_t GroupTable(IconProgram const & program)
+/// A program of nothing but icons. Images and groups are numbered from 1 on, but for the first group
+/// if that has a name.
+struct IconProgram
 {
-    return imageTable + tableHeader + program.images.size() * tableEntry;
-}
-constexpr DWORD tableBit = 0x80000000; // of an offset: leads to a table, or to a name
+    std::vector<std::string> images;
+    std::vector<std::string> groups;
+    std::wstring firstName = {};
+
+    // Where the tables are, counted from the first, which begins with 16 bytes as they all do. An
+    // entry has 8.
+    std::size_t GroupTable() const { return 16 + 2 * 8 + 16 + images.size() * 8; }
+    std::size_t LanguageTables() const { return GroupTable() + 16 + groups.size() * 8; }
+};
+constexpr DWORD tableBit = 0x80000000; // of an offset that leads to a table, or to a name
 
 /// The bytes of \p program. The tables stand last, from \p tables on.
 inline std::string IconProgramBytes(IconProgram const & program, std::size_t * tables = nullptr)
 {
-    std::string data;
-    std::string leaves;
-    auto const add = [&](std::string const & bytes)
-    {
-        leaves += Raw(static_cast<DWORD>(sectionRva + data.size()),
-                      static_cast<DWORD>(bytes.size()), 0ull);
-        data += bytes;
-    };
+    auto const number = [](std::size_t value) { return static_cast<DWORD>(value); };
     auto const table = [](std::size_t named, std::size_t numbered)
     { return Raw(0ull, 0ul, static_cast<WORD>(named), static_cast<WORD>(numbered)); };
-    auto const entry = [](std::size_t name, std::size_t target)
-    { return Raw(static_cast<DWORD>(name), static_cast<DWORD>(target)); };
-
-    std::size_t const all = program.images.size() + program.groups.size();
-    std::size_t const languages =
-        GroupTable(program) + tableHeader + program.groups.size() * tableEntry;
-    std::size_t const firstLeaf = languages + all * (tableHeader + tableEntry);
-    std::size_t next = languages;
-    auto const nextLanguage = [&]
-    { return (next += tableHeader + tableEntry) - (tableHeader + tableEntry) + tableBit; };
-    std::size_t named = 0;
-    std::string names;
-    std::string bytes = table(0, 2) + entry(3, imageTable + tableBit) +
-                        entry(14, GroupTable(program) + tableBit) + table(0, program.images.size());
-    for (std::size_t i = 0; i != program.images.size(); ++i)
-    {
-        add(program.images[i]);
-        bytes += entry(i + 1, nextLanguage());
-    }
-    std::string groups;
-    for (std::size_t i = 0; i != program.groups.size(); ++i)
-    {
-        auto const & [name, group] = program.groups[i];
-        add(group);
-        std::size_t const text = firstLeaf + all * sizeof(IMAGE_RESOURCE_DATA_ENTRY) + names.size();
-        groups += entry(name.empty() ? i - named + 1 : text + tableBit, nextLanguage());
-        if (name.empty())
-            continue;
-        ++named;
-        names += Raw(static_cast<WORD>(name.size()));
-        for (wchar_t const unit : name)
-            names += Raw(unit);
-    }
-    bytes += table(named, program.groups.size() - named) + groups;
+    std::size_t const images = program.images.size();
+    std::size_t const all = images + program.groups.size();
+    std::size_t const leaves = program.LanguageTables() + 24 * all;
+    std::wstring const & name = program.firstName;
+    std::string entries[2]; // of images, of groups
+    std::string languages;
+    std::string leafBytes;
+    std::string data;
     for (std::size_t i = 0; i != all; ++i)
-        bytes += table(0, 1) + entry(0x409, firstLeaf + i * sizeof(IMAGE_RESOURCE_DATA_ENTRY));
-    bytes += leaves + names;
-    std::string const file = AlignEnd(FileBytes(
-        data + bytes,
-        {{IMAGE_DIRECTORY_ENTRY_RESOURCE,
-          {static_cast<DWORD>(sectionRva + data.size()), static_cast<DWORD>(bytes.size())}}}));
+    {
+        bool const isGroup = i >= images;
+        std::string const & bytes = isGroup ? program.groups[i - images] : program.images[i];
+        entries[isGroup] += Raw(i == images && !name.empty() ? number(leaves + 16 * all) | tableBit
+                                                             : number(isGroup ? i - images : i) + 1,
+                                number(program.LanguageTables() + 24 * i) | tableBit);
+        languages += table(0, 1) + Raw(0x409, number(leaves + 16 * i));
+        leafBytes += Raw(number(sectionRva + data.size()), number(bytes.size()), 0ull);
+        data += bytes;
+    }
+    std::size_t const named = name.empty() ? 0 : 1;
+    std::string bytes = table(0, 2) +
+                        Raw(3, 32 | tableBit, 14, number(program.GroupTable()) | tableBit) +
+                        table(0, images) + entries[0] + table(named, all - images - named) +
+                        entries[1] + languages + leafBytes + Raw(static_cast<WORD>(name.size()));
+    for (wchar_t const unit : name)
+        bytes += Raw(unit);
+    std::string const file = AlignEnd(
+        FileBytes(data + bytes, {{IMAGE_DIRECTORY_ENTRY_RESOURCE,
+                                  {number(sectionRva + data.size()), number(bytes.size())}}}));
     if (tables != nullptr)
         *tables = file.size() - bytes.size();
     return file;
