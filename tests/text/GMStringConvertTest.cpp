@@ -1,5 +1,7 @@
 #include "VelmoraCommon/text/GMStringConvert.h"
 
+#include <tuple>
+
 #include <gtest/gtest.h>
 
 #include "VelmoraCommon/frame/WindowsApi.h"
@@ -14,6 +16,8 @@ namespace Velmora::Testing
 
 namespace
 {
+
+using Convert = GMStringConvert;
 
 constexpr unsigned int gbk = 936;
 constexpr unsigned int codePages[] = {CP_UTF8, gbk};
@@ -42,8 +46,9 @@ GMStringA SystemFromUtf16(GMString const & text, unsigned int codePage)
 }
 
 /// Checks \p sequence alone and at the end of a text that is too long for the short way.
-template <class Text, class Ours, class Theirs>
-void ExpectSame(Text const & sequence, Ours ours, Theirs theirs)
+template <class Text, class Result>
+void ExpectSame(Text const & sequence, Result (*ours)(Text const &, unsigned int),
+                Result (*theirs)(Text const &, unsigned int))
 {
     static Text const longStart(300, 'a');
     for (unsigned int const codePage : codePages)
@@ -55,33 +60,20 @@ void ExpectSame(Text const & sequence, Ours ours, Theirs theirs)
 
 void ExpectSameToUtf16(GMStringA const & bytes)
 {
-    ExpectSame(
-        bytes,
-        [](GMStringA const & s, unsigned int page)
-        { return GMStringConvert::MultiByteToUnicodeString(s, page); },
-        SystemToUtf16);
+    ExpectSame<GMStringA, GMString>(bytes, Convert::MultiByteToUnicodeString, SystemToUtf16);
 }
 
 void ExpectSameFromUtf16(GMString const & text)
 {
-    ExpectSame(
-        text,
-        [](GMString const & s, unsigned int page)
-        { return GMStringConvert::UnicodeStringToMultiByte(s, page); },
-        SystemFromUtf16);
+    ExpectSame<GMString, GMStringA>(text, Convert::UnicodeStringToMultiByte, SystemFromUtf16);
 }
 
 /// Sets the default code page for a scope.
 class DefaultCodePage
 {
 public:
-    explicit DefaultCodePage(unsigned int codePage)
-    {
-        GMStringConvert::SetDefaultCodePage(codePage);
-    }
-    ~DefaultCodePage() { GMStringConvert::SetDefaultCodePage(0); }
-    DefaultCodePage(DefaultCodePage const &) = delete;
-    DefaultCodePage & operator=(DefaultCodePage const &) = delete;
+    explicit DefaultCodePage(unsigned int page) { Convert::SetDefaultCodePage(page); }
+    ~DefaultCodePage() { Convert::SetDefaultCodePage(0); }
 };
 
 wchar_t const chinese[] = L"\u4E2D\u6587";
@@ -152,7 +144,7 @@ TEST(GMStringConvert, ConvertsRandomTextsAsTheSystem)
         bytes.resize(random.Below(bytes.length() + 1)); // often within a character
         GuardBuffer<char> const guarded(bytes);
         GMString text = SystemToUtf16(bytes, CP_UTF8);
-        ASSERT_EQ(text, GMStringConvert::MultiByteToUnicodeString(
+        ASSERT_EQ(text, Convert::MultiByteToUnicodeString(
                             guarded.Data(), static_cast<int>(guarded.Size()), CP_UTF8));
         ASSERT_NO_FATAL_FAILURE(ExpectSameToUtf16(bytes));
 
@@ -163,7 +155,7 @@ TEST(GMStringConvert, ConvertsRandomTextsAsTheSystem)
         }
         GuardBuffer<wchar_t> const guardedText(text);
         GMStringA back;
-        EXPECT_TRUE(GMStringConvert::ConvertUnicodeToUTF8(
+        EXPECT_TRUE(Convert::ConvertUnicodeToUTF8(
             guardedText.Data(), static_cast<unsigned int>(guardedText.Size()), back));
         ASSERT_EQ(SystemFromUtf16(text, CP_UTF8), back);
         ASSERT_NO_FATAL_FAILURE(ExpectSameFromUtf16(text));
@@ -181,12 +173,12 @@ TEST(GMStringConvert, AllocatesNoMoreThanTheResult)
     {
         SCOPED_TRACE(codePage);
         meter.Restart();
-        GMStringA bytes = GMStringConvert::UnicodeStringToMultiByte(text, codePage);
+        GMStringA bytes = Convert::UnicodeStringToMultiByte(text, codePage);
         EXPECT_LE(meter.Peak(), bytes.length() + page);
 
         bytes += '\xE4'; // a lead byte alone, the end of many a piece
         meter.Restart();
-        GMString const back = GMStringConvert::MultiByteToUnicodeString(bytes, codePage);
+        GMString const back = Convert::MultiByteToUnicodeString(bytes, codePage);
         EXPECT_LE(meter.Peak(), back.length() * sizeof(wchar_t) + page);
         EXPECT_EQ(0, back.compare(0, text.length(), text));
     }
@@ -202,174 +194,131 @@ TEST(GMStringConvert, EndsTheResultAtTheFirstNul)
         GMString const text = wideStart + L'\0' + L"\xD800rest";
         for (unsigned int const codePage : codePages)
         {
-            EXPECT_EQ(wideStart, GMStringConvert::MultiByteToUnicodeString(bytes, codePage));
-            EXPECT_EQ(wideStart,
-                      GMStringConvert::MultiByteToUnicodeString(bytes.c_str(), -1, codePage));
-            EXPECT_EQ(start, GMStringConvert::UnicodeStringToMultiByte(text, codePage));
+            EXPECT_EQ(wideStart, Convert::MultiByteToUnicodeString(bytes, codePage));
+            EXPECT_EQ(wideStart, Convert::MultiByteToUnicodeString(bytes.c_str(), -1, codePage));
+            EXPECT_EQ(start, Convert::UnicodeStringToMultiByte(text, codePage));
         }
     }
 }
 
 TEST(GMStringConvert, TellsFailure)
 {
-    struct Case
-    {
-        char const * what;
-        char const * bytes;
-        int length;
-        unsigned int codePage;
-        bool ok;
+    std::tuple<char const *, char const *, int, unsigned int, bool> const cases[] = {
+        {"null", nullptr, 5, CP_UTF8, true},         {"empty", "a", 0, CP_UTF8, false},
+        {"empty up to the NUL", "", -1, gbk, false}, {"NUL first", "\0a", 2, CP_UTF8, true},
+        {"no such code page", "a", 1, 12345, false},
     };
-    Case const cases[] = {
-        {"converted", "a", 1, CP_UTF8, true},   {"null", nullptr, 5, CP_UTF8, true},
-        {"empty", "a", 0, CP_UTF8, false},      {"empty up to the NUL", "", -1, gbk, false},
-        {"NUL first", "\0a", 2, CP_UTF8, true}, {"no such code page", "a", 1, 12345, false},
-    };
-    for (Case const & each : cases)
+    for (auto const & [what, bytes, length, codePage, converts] : cases)
     {
-        SCOPED_TRACE(each.what);
-        bool ok = !each.ok;
-        GMString const text =
-            GMStringConvert::DoMultiByteToUnicodeString(each.bytes, each.length, each.codePage, ok);
-        EXPECT_EQ(each.ok, ok);
-        EXPECT_EQ(each.what == cases[0].what ? L"a" : L"", text);
+        SCOPED_TRACE(what);
+        bool ok = !converts;
+        EXPECT_EQ(L"", Convert::DoMultiByteToUnicodeString(bytes, length, codePage, ok));
+        EXPECT_EQ(converts, ok);
     }
-
     bool used = true;
     bool ok = true;
-    EXPECT_EQ("", GMStringConvert::DoUnicodeStringToMultiByte(L"", gbk, '_', used, ok));
+    EXPECT_EQ("", Convert::DoUnicodeStringToMultiByte(L"", gbk, '_', used, ok));
     EXPECT_FALSE(used || ok);
-    EXPECT_EQ("", GMStringConvert::DoUnicodeStringToMultiByte(L"a", 12345, '_', used, ok));
+    ok = true;
+    EXPECT_EQ("", Convert::DoUnicodeStringToMultiByte(L"a", 12345, '_', used, ok));
     EXPECT_FALSE(ok);
-    EXPECT_EQ(L"", GMStringConvert::CharToGMString("a", 12345));
-    EXPECT_EQ(L"", GMStringConvert::CharToGMString("", gbk));
-    EXPECT_EQ(L"", GMStringConvert::Utf8ToGMString(nullptr));
+    EXPECT_EQ(L"", Convert::CharToGMString("a", 12345));
+    EXPECT_EQ(L"", Convert::Utf8ToGMString(nullptr));
 }
 
 TEST(GMStringConvert, RefusesMoreThanTheSystemCounts)
 {
     constexpr unsigned int tooLong = 0x80000000; // must not be taken for "up to the NUL"
     GMString text = L"old";
-    EXPECT_TRUE(GMStringConvert::ConvertUTF8ToUnicode("text", tooLong, text));
+    EXPECT_TRUE(Convert::ConvertUTF8ToUnicode("text", tooLong, text));
     EXPECT_EQ(L"", text);
     GMStringA bytes = "old";
-    EXPECT_TRUE(GMStringConvert::ConvertUnicodeToUTF8(L"text", tooLong, bytes));
+    EXPECT_TRUE(Convert::ConvertUnicodeToUTF8(L"text", tooLong, bytes));
     EXPECT_EQ("", bytes);
 }
 
 TEST(GMStringConvert, ReplacesWhatTheCodePageLacks)
 {
     GMString const thai = L"a\u0E01b";
-    EXPECT_EQ("a_b", GMStringConvert::UnicodeStringToMultiByte(thai, gbk));
-    EXPECT_EQ("a\xE0\xB8\x81"
-              "b",
-              GMStringConvert::UnicodeStringToMultiByte(thai, CP_UTF8));
-
-    bool used = false;
-    EXPECT_EQ("a!b", GMStringConvert::UnicodeStringToMultiByte(thai, gbk, '!', used));
-    EXPECT_TRUE(used);
-    EXPECT_EQ(chineseGbk, GMStringConvert::UnicodeStringToMultiByte(chinese, gbk, '!', used));
-    EXPECT_FALSE(used);
-    EXPECT_EQ("a?b", GMStringConvert::UnicodeStringToMultiByte(thai, gbk, '\0', used));
-    EXPECT_FALSE(used);
+    EXPECT_EQ("a_b", Convert::UnicodeStringToMultiByte(thai, gbk));
+    std::tuple<GMString, char, char const *, bool> const cases[] = {
+        {thai, '!', "a!b", true}, {chinese, '!', chineseGbk, false}, {thai, '\0', "a?b", false}};
+    for (auto const & [text, replacement, bytes, replaces] : cases)
+    {
+        bool used = !replaces;
+        EXPECT_EQ(bytes, Convert::UnicodeStringToMultiByte(text, gbk, replacement, used));
+        EXPECT_EQ(replaces, used);
+    }
 }
 
 TEST(GMStringConvert, DefaultCodePageStandsInForTheSystems)
 {
     DefaultCodePage const scope(gbk);
-    EXPECT_EQ(chinese, GMStringConvert::MultiByteToUnicodeString(chineseGbk, CP_ACP));
-    EXPECT_EQ(chinese, GMStringConvert::MultiByteToUnicodeString(chineseGbk, -1, CP_OEMCP));
-    EXPECT_EQ(chinese, GMStringConvert::CharToGMString(chineseGbk));
-    EXPECT_EQ(chineseGbk, GMStringConvert::GMStringToGMStringA(chinese));
-    EXPECT_EQ(chinese, GMStringConvert::MultiByteToUnicodeString(chineseUtf8, CP_UTF8));
-    EXPECT_EQ(SystemToUtf16(chineseGbk, CP_ACP),
-              GMStringConvert::CharToGMString(chineseGbk, CP_ACP));
-    EXPECT_EQ(L"", GMStringConvert::MultiByteToUnicodeString("", CP_ACP));
+    EXPECT_EQ(chinese, Convert::MultiByteToUnicodeString(chineseGbk, CP_ACP));
+    EXPECT_EQ(chinese, Convert::MultiByteToUnicodeString(chineseGbk, -1, CP_OEMCP));
+    EXPECT_EQ(chinese, Convert::CharToGMString(chineseGbk));
+    EXPECT_EQ(chineseGbk, Convert::GMStringToGMStringA(chinese));
+    EXPECT_EQ(chinese, Convert::MultiByteToUnicodeString(chineseUtf8, CP_UTF8));
+    EXPECT_EQ(SystemToUtf16(chineseGbk, CP_ACP), Convert::CharToGMString(chineseGbk, CP_ACP));
 }
 
 TEST(GMStringConvert, SystemsCodePageHasItsTurnWhenTheDefaultFails)
 {
     {
         DefaultCodePage const scope(12345);
-        EXPECT_EQ(L"plain", GMStringConvert::CharToGMString("plain"));
-        EXPECT_EQ("plain", GMStringConvert::GMStringToGMStringA(L"plain"));
+        EXPECT_EQ(L"plain", Convert::CharToGMString("plain"));
+        EXPECT_EQ("plain", Convert::GMStringToGMStringA(L"plain"));
     }
     ImportHook const hook("WideCharToMultiByte", &RefuseReplacementInUtf8, s_wideCharToMultiByte);
     DefaultCodePage const scope(CP_UTF8);
-    EXPECT_EQ(SystemFromUtf16(chinese, CP_ACP), GMStringConvert::GMStringToGMStringA(chinese));
+    EXPECT_EQ(SystemFromUtf16(chinese, CP_ACP), Convert::GMStringToGMStringA(chinese));
     bool used = false;
-    EXPECT_EQ(chineseUtf8, GMStringConvert::UnicodeStringToMultiByte(chinese, CP_ACP, '\0', used));
+    EXPECT_EQ(chineseUtf8, Convert::UnicodeStringToMultiByte(chinese, CP_ACP, '\0', used));
 }
 
 TEST(GMStringConvert, RecognisesByteOrderMarks)
 {
-    struct Case
-    {
-        GMStringA bytes;
-        int type;
-        unsigned int length; // 0: none
-    };
-    Case const cases[] = {
-        {{"\xFF\xFE\x41\x00", 4}, 9, 2},
+    constexpr int before = static_cast<int>(GMEncodingType::Big5);
+    std::tuple<GMStringA, int, unsigned int> const cases[] = {
         {{"\xFF\xFE\x00\x00", 4}, 12, 4},
         {{"\xFF\xFE\x00", 3}, 9, 2},
         {{"\xFF\xFE", 2}, 9, 2},
         {{"\xFE\xFF", 2}, 8, 2},
         {{"\xEF\xBB\xBF", 3}, 6, 3},
         {{"\x00\x00\xFE\xFF", 4}, 11, 4},
-        {{"\x00\x00\xFE", 3}, 0, 0},
-        {{"\xEF\xBB", 2}, 0, 0},
-        {{"\xFF", 1}, 0, 0},
-        {"plain", 0, 0},
-        {"", 0, 0},
+        {{"\x00\x00\xFE", 3}, before, 0}, // none
+        {{"\xEF\xBB", 2}, before, 0},
+        {{"\xFF", 1}, before, 0},
+        {"", before, 0},
     };
-    for (Case const & each : cases)
+    for (auto const & [bytes, expectedType, expectedLength] : cases)
     {
-        SCOPED_TRACE(testing::PrintToString(each.bytes));
-        GuardBuffer<char> const data(each.bytes);
+        SCOPED_TRACE(testing::PrintToString(bytes));
+        GuardBuffer<char> const data(bytes);
         auto const size = static_cast<unsigned int>(data.Size());
-        auto type = GMEncodingType::Big5;
-        unsigned int length = 77;
-        bool const found = each.length != 0;
-        EXPECT_EQ(found, GMStringConvert::GetEncodingType(data.Data(), size, type, &length));
-        EXPECT_EQ(found ? each.type : 4, static_cast<int>(type));
-        EXPECT_EQ(found ? each.length : 77, length);
-
-        type = GMEncodingType::Big5;
-        EXPECT_EQ(found, GMStringConvert::GetEncodingType(data.Data(), size, type, nullptr));
-        EXPECT_EQ(found ? each.type : 4, static_cast<int>(type));
+        unsigned int length = 0;
+        for (unsigned int * const wanted : {&length, static_cast<unsigned int *>(nullptr)})
+        {
+            auto type = GMEncodingType::Big5;
+            EXPECT_EQ(expectedLength != 0,
+                      Convert::GetEncodingType(data.Data(), size, type, wanted));
+            EXPECT_EQ(expectedType, static_cast<int>(type));
+            EXPECT_EQ(expectedLength, length);
+        }
     }
     auto type = GMEncodingType::Unknown;
-    EXPECT_FALSE(GMStringConvert::GetEncodingType(nullptr, 4, type, nullptr));
+    EXPECT_FALSE(Convert::GetEncodingType(nullptr, 4, type, nullptr));
 }
 
 TEST(GMStringConvert, NamesEncodingsByNumber)
 {
-    struct Case
-    {
-        int number;
-        char const * name;
-    };
-    Case const cases[] = {
-        {-1, ""},
-        {0, ""},
-        {1, "ANSI/OEM - Simplified Chinese (PRC, Singapore)"},
-        {2, "ANSI/OEM - Simplified Chinese (PRC, Singapore)"},
-        {3, "Windows XP: GB18030 Simplified Chinese (4 Byte)"},
-        {4, "ANSI/OEM - Traditional Chinese"},
-        {6, "UTF-8"},
-        {8, "UCS-2-BE"},
-        {11, "UTF-32-BE"},
-        {13, "UCS-2-LE"},
-        {18, "UTF-32-LE"},
-        {19, ""},
-    };
-    for (Case const & each : cases)
-    {
-        EXPECT_EQ(each.name,
-                  GMStringConvert::GetEncodingString(static_cast<GMEncodingType>(each.number)))
-            << each.number;
-    }
+    std::tuple<int, char const *> const cases[] = {
+        {-1, ""},          {4, "ANSI/OEM - Traditional Chinese"},
+        {6, "UTF-8"},      {8, "UCS-2-BE"},
+        {19, ""},          {18, "UTF-32-LE"},
+        {11, "UTF-32-BE"}, {13, "UCS-2-LE"}};
+    for (auto const & [number, name] : cases)
+        EXPECT_EQ(name, Convert::GetEncodingString(static_cast<GMEncodingType>(number))) << number;
 }
 
 } // namespace Velmora::Testing

