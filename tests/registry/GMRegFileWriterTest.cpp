@@ -1,6 +1,7 @@
 #include "VelmoraCommon/registry/GMRegFileWriter.h"
 
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -76,25 +77,19 @@ TEST(GMRegFileWriter, WritesKeysInOrder)
 
 TEST(GMRegFileWriter, BeginsWithTheHeader)
 {
-    struct Case
-    {
-        char const * what;
-        GMRegFileType type;
-        std::string before; // what the buffer held
-        std::string text;
-    };
-    Case const cases[] = {
+    // before: what the buffer held
+    std::tuple<char const *, GMRegFileType, std::string, std::string> const cases[] = {
         {"version 4", GMRegFileTypeRegedit4, "x", "xREGEDIT4\r\n"},
         {"version 5", GMRegFileTypeVersion5, "x",
          Utf16Bytes(L"Windows Registry Editor Version 5.00\r\n")},
         {"no version", static_cast<GMRegFileType>(7), "", "\r\n"},
     };
-    for (Case const & each : cases)
+    for (auto const & [what, type, before, text] : cases)
     {
-        SCOPED_TRACE(each.what);
-        GMBuffer<unsigned char> buffer = ToBuffer(each.before);
-        GMRegFileWriter const toBuffer(buffer, each.type, L"\r\n");
-        EXPECT_EQ(each.text, Bytes(buffer));
+        SCOPED_TRACE(what);
+        GMBuffer<unsigned char> buffer = ToBuffer(before);
+        GMRegFileWriter const toBuffer(buffer, type, L"\r\n");
+        EXPECT_EQ(text, Bytes(buffer));
     }
 }
 

@@ -1,38 +1,14 @@
 #pragma once
 
 #include <cstdio>
+#include <sstream>
 #include <string>
-#include <vector>
 
 #include "VelmoraCommon/registry/GMRegKey.h"
 #include "tests/support/Hex.h"
 
 namespace Velmora::Testing
 {
-
-/// What a value holds, field by field, with the text as it is stored.
-struct RegValueFields
-{
-    RegValueFields() = default;
-    explicit RegValueFields(GMRegValue const & value)
-        : type(value.GetType()),
-          removed(value.GetRemoveFlag()),
-          doubleWord(value.GetDoubleWord()),
-          quardWord(value.GetQuardWord()),
-          text(value.GetExpandString(false)),
-          strings(value.GetMutiString()),
-          bytes(value.GetBinary().m_data, value.GetBinary().m_data + value.GetBinary().m_length)
-    {
-    }
-
-    unsigned int type = REG_SZ;
-    bool removed = false;
-    unsigned int doubleWord = 0;
-    unsigned long long quardWord = 0;
-    GMString text;
-    std::vector<GMString> strings;
-    std::vector<unsigned char> bytes;
-};
 
 /// Printable ASCII as it is, other units as "{d6}".
 inline std::string Show(GMString const & text)
@@ -48,31 +24,24 @@ inline std::string Show(GMString const & text)
     return shown + ">";
 }
 
-/// The fields that aren't empty: "type 7 text <a{0}> strings <a>".
-inline std::string ShowFields(RegValueFields const & fields)
-{
-    char numbers[64];
-    std::string shown = "type " + std::to_string(fields.type) + (fields.removed ? " removed" : "");
-    std::snprintf(numbers, sizeof numbers, " dword %x", fields.doubleWord);
-    if (fields.doubleWord != 0)
-        shown += numbers;
-    std::snprintf(numbers, sizeof numbers, " qword %llx", fields.quardWord);
-    if (fields.quardWord != 0)
-        shown += numbers;
-    if (!fields.text.empty())
-        shown += " text " + Show(fields.text);
-    if (!fields.strings.empty())
-        shown += " strings";
-    for (GMString const & each : fields.strings)
-        shown += " " + Show(each);
-    if (!fields.bytes.empty())
-        shown += " bytes " + Hex(fields.bytes);
-    return shown;
-}
-
+/// The fields of a value that aren't empty: "type 7 text <a{0}> strings <a>".
 inline std::string ShowFields(GMRegValue const & value)
 {
-    return ShowFields(RegValueFields(value));
+    std::ostringstream shown;
+    shown << "type " << value.GetType() << (value.GetRemoveFlag() ? " removed" : "") << std::hex;
+    if (value.GetDoubleWord() != 0)
+        shown << " dword " << value.GetDoubleWord();
+    if (value.GetQuardWord() != 0)
+        shown << " qword " << value.GetQuardWord();
+    if (GMString const text = value.GetExpandString(false); !text.empty())
+        shown << " text " << Show(text);
+    if (!value.GetMutiString().empty())
+        shown << " strings";
+    for (GMString const & each : value.GetMutiString())
+        shown << " " << Show(each);
+    if (value.GetBinary().m_length != 0)
+        shown << " bytes " << Hex(value.GetBinary().m_data, value.GetBinary().m_length);
+    return shown.str();
 }
 
 /// A whole tree, a line for every key and value.

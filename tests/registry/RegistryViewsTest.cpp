@@ -2,6 +2,7 @@
 // under a redirected root the two are one.
 #include <deque>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -62,93 +63,53 @@ protected:
         L"Software\\VelmoraCommonTest-" + std::to_wstring(GetCurrentProcessId());
 };
 
-struct Choice
-{
-    char const * what;
-    REGSAM access; // what the caller asks for
-    REGSAM opened; // the view in which a key that is there is found
-    REGSAM made;   // the view in which a missing key is made
-};
-constexpr Choice choices[] = {
-    {"no view", 0, ownView, ownView},
-    {"64-bit view", KEY_WOW64_64KEY, KEY_WOW64_64KEY, KEY_WOW64_64KEY},
-    {"32-bit view", KEY_WOW64_32KEY, KEY_WOW64_32KEY, ownView},
-};
-
 REGSAM OtherThan(REGSAM view) { return view ^ (KEY_WOW64_32KEY | KEY_WOW64_64KEY); }
 
-TEST_F(RegistryViews, AreTwo)
+TEST_F(RegistryViews, AreReadWrittenAndDeletedOneByOne)
 {
-    MakeInBoth(1, 2);
-    EXPECT_EQ("[]\n  \"old\" type 4: 01 00 00 00\n", Tree(KEY_WOW64_32KEY));
-    EXPECT_EQ("[]\n  \"old\" type 4: 02 00 00 00\n", Tree(KEY_WOW64_64KEY));
-    EXPECT_EQ(Tree(ownView), Tree(0));
-}
-
-TEST_F(RegistryViews, AreReadAndWrittenOneByOne)
-{
-    for (Choice const & each : choices)
+    // What the caller asks for, where a key that is there is found, where a missing one is made.
+    std::tuple<char const *, REGSAM, REGSAM, REGSAM> const cases[] = {
+        {"no view", 0, ownView, ownView},
+        {"64-bit view", KEY_WOW64_64KEY, KEY_WOW64_64KEY, KEY_WOW64_64KEY},
+        {"32-bit view", KEY_WOW64_32KEY, KEY_WOW64_32KEY, ownView},
+    };
+    for (auto const & [what, access, opened, made] : cases)
     {
-        SCOPED_TRACE(each.what);
-        MakeInBoth(1, 2);
-        unsigned long const old = each.opened == KEY_WOW64_32KEY ? 1 : 2;
-        std::string const other = Tree(OtherThan(each.opened));
+        SCOPED_TRACE(what);
+        EXPECT_TRUE(GMRegUtils::SetIntValue(Full(L"\\new"), L"n", 7, access));
+        EXPECT_EQ("[]\n[\\new]\n  \"n\" type 4: 07 00 00 00\n", Tree(made));
+        EXPECT_EQ("[] (missing)\n", Tree(OtherThan(made)));
+        Clear();
 
-        EXPECT_EQ(old, GMRegUtils::GetIntValue(Full(), L"old", 0, each.access));
-        EXPECT_TRUE(GMRegUtils::SetIntValue(Full(), L"n", 7, each.access));
+        MakeInBoth(1, 2);
+        unsigned long const old = opened == KEY_WOW64_32KEY ? 1 : 2;
+        std::string const other = Tree(OtherThan(opened));
+        EXPECT_EQ(old, GMRegUtils::GetIntValue(Full(), L"old", 0, access));
+        EXPECT_TRUE(GMRegUtils::SetIntValue(Full(), L"n", 7, access));
         GMRegFile file;
-        EXPECT_TRUE(file.OpenKey(Full(), KEY_READ | KEY_WRITE | each.access, false));
+        EXPECT_TRUE(file.OpenKey(Full(), KEY_READ | KEY_WRITE | access, false));
         EXPECT_EQ(7ul, file.GetUInt32Value(L"n", 0));
         EXPECT_TRUE(file.SetValue(L"o", 8ul));
         file.CloseKey();
-        EXPECT_EQ(8ul, GMRegUtils::GetIntValue(Full(), L"o", 0, each.access));
-        EXPECT_EQ(0, GMRegFile::DeleteValueEx(Full(), L"old", KEY_WRITE | each.access));
-
-        EXPECT_EQ("[]\n  \"n\" type 4: 07 00 00 00\n  \"o\" type 4: 08 00 00 00\n",
-                  Tree(each.opened));
-        EXPECT_EQ(other, Tree(OtherThan(each.opened)));
+        EXPECT_EQ(0, GMRegFile::DeleteValueEx(Full(), L"old", KEY_WRITE | access));
+        EXPECT_EQ("[]\n  \"n\" type 4: 07 00 00 00\n  \"o\" type 4: 08 00 00 00\n", Tree(opened));
+        EXPECT_EQ(other, Tree(OtherThan(opened)));
         Clear();
-    }
-}
 
-TEST_F(RegistryViews, TakeNewKeysButForThe32BitView)
-{
-    for (Choice const & each : choices)
-    {
-        SCOPED_TRACE(each.what);
-        EXPECT_TRUE(GMRegUtils::SetIntValue(Full(L"\\new"), L"n", 7, each.access));
-        EXPECT_EQ("[]\n[\\new]\n  \"n\" type 4: 07 00 00 00\n", Tree(each.made));
-        EXPECT_EQ("[] (missing)\n", Tree(OtherThan(each.made)));
-        Clear();
-    }
-}
-
-TEST_F(RegistryViews, LoseTreesOneByOne)
-{
-    for (Choice const & each : choices)
-    {
-        SCOPED_TRACE(each.what);
         MakeInBoth(1, 2);
         MakeInBoth(3, 4, L"\\a\\b");
-        std::string const other = Tree(OtherThan(each.opened));
-        EXPECT_EQ(0, GMRegFile::DeleteKeyEx(Full(), each.access));
-        EXPECT_EQ("[] (missing)\n", Tree(each.opened));
-        EXPECT_EQ(other, Tree(OtherThan(each.opened)));
+        std::string const otherTree = Tree(OtherThan(opened));
+        EXPECT_EQ(0, GMRegFile::DeleteKeyEx(Full(), access));
+        EXPECT_EQ("[] (missing)\n", Tree(opened));
+        EXPECT_EQ(otherTree, Tree(OtherThan(opened)));
         Clear();
     }
 }
 
 TEST_F(RegistryViews, AreInstalledByTypeAndRestored)
 {
-    struct Case
-    {
-        char const * what;
-        GMRegInstallType type;
-        bool in32;
-        bool in64;
-    };
     constexpr bool ownIs32 = ownView == KEY_WOW64_32KEY;
-    Case const cases[] = {
+    std::tuple<char const *, GMRegInstallType, bool, bool> const cases[] = {
         {"default view", GMRegInstallDefaultView, ownIs32, !ownIs32},
         {"64-bit view", GMRegInstall64BitView, false, true},
         // In a 64-bit program both passes go to the one view that it has.
@@ -159,14 +120,14 @@ TEST_F(RegistryViews, AreInstalledByTypeAndRestored)
 
     GMRegKey change(Full());
     change.GetValues() = {GMRegValue(L"old", 7u), GMRegValue(L"n", 8u)};
-    for (Case const & each : cases)
+    for (auto const & [what, type, in32, in64] : cases)
     {
-        SCOPED_TRACE(each.what);
+        SCOPED_TRACE(what);
         MakeInBoth(1, 1);
-        GMRegInstall installer(each.type);
+        GMRegInstall installer(type);
         ASSERT_TRUE(installer.Install({change}, false));
-        EXPECT_EQ(each.in32 ? changed : untouched, Tree(KEY_WOW64_32KEY));
-        EXPECT_EQ(each.in64 ? changed : untouched, Tree(KEY_WOW64_64KEY));
+        EXPECT_EQ(in32 ? changed : untouched, Tree(KEY_WOW64_32KEY));
+        EXPECT_EQ(in64 ? changed : untouched, Tree(KEY_WOW64_64KEY));
 
         // Whoever installed in another view than the default one replays the records there.
         GMBuffer<unsigned char> buffer;
@@ -174,8 +135,8 @@ TEST_F(RegistryViews, AreInstalledByTypeAndRestored)
         std::deque<GMRegKey> records;
         ASSERT_TRUE(GMRegInstall::DeserialRegFromBuffer(buffer, records));
         for (GMRegKey const & record : records)
-            GMRegInstall::Install(record, true, false, each.type);
-        if (each.type != GMRegInstallBothViews || ownIs32)
+            GMRegInstall::Install(record, true, false, type);
+        if (type != GMRegInstallBothViews || ownIs32)
         {
             EXPECT_EQ(untouched, Tree(KEY_WOW64_32KEY));
             EXPECT_EQ(untouched, Tree(KEY_WOW64_64KEY));
@@ -203,24 +164,19 @@ TEST_F(RegistryViews, AreReadTogether)
 {
     MakeInBoth(1, 2);
     constexpr unsigned int own = ownView == KEY_WOW64_32KEY ? 1 : 2;
-    struct Case
-    {
-        GMRegInstallType type;
-        std::vector<unsigned int> numbers;
-    };
-    Case const cases[] = {
+    std::tuple<GMRegInstallType, std::vector<unsigned int>> const cases[] = {
         {GMRegInstallDefaultView, {own}},
         {GMRegInstall64BitView, {2}},
         {GMRegInstallBothViews, {own, 2}},
     };
-    for (Case const & each : cases)
+    for (auto const & [type, expected] : cases)
     {
         GMRegKey key(Full());
-        GMRegInstall::UpdateFromSystem(key, false, each.type);
+        GMRegInstall::UpdateFromSystem(key, false, type);
         std::vector<unsigned int> numbers;
         for (GMRegValue const & value : key.GetValues())
             numbers.push_back(value.GetDoubleWord());
-        EXPECT_EQ(each.numbers, numbers) << "type " << each.type;
+        EXPECT_EQ(expected, numbers) << "type " << type;
     }
 }
 
