@@ -1,6 +1,7 @@
 #include "VelmoraCommon/files/GMFileMappingEx.h"
 
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -35,14 +36,7 @@ protected:
 
 TEST_F(GMFileMappingExTest, MapsTheWholeFileAndMeansWhatItsFlagsSay)
 {
-    struct Case
-    {
-        Access access;
-        unsigned long fileAccess;
-        unsigned long pageProtect;
-        unsigned long mapAccess;
-    };
-    Case const cases[] = {
+    std::tuple<Access, unsigned long, unsigned long, unsigned long> const cases[] = {
         {readAccess, 0x80000000, 2, 4},
         {writeAccess, 0xC0000000, 4, 2},
         {copyAccess, 0xC0000000, 8, 1},
@@ -50,17 +44,17 @@ TEST_F(GMFileMappingExTest, MapsTheWholeFileAndMeansWhatItsFlagsSay)
         {readAccess | writeAccess, 0xC0000000, 4, 6},
         {readAccess | writeAccess | copyAccess | executeAccess, 0xE0000000, 64, 39},
     };
-    for (Case const & each : cases)
+    for (auto const & [access, fileAccess, pageProtect, mapAccess] : cases)
     {
-        SCOPED_TRACE(each.access);
+        SCOPED_TRACE(access);
         GMFileMappingEx mapping;
-        ASSERT_TRUE(mapping.MappingRawFile(path, each.access)) << GetLastError();
+        ASSERT_TRUE(mapping.MappingRawFile(path, access)) << GetLastError();
         EXPECT_EQ("content", std::string(static_cast<char *>(mapping.GetMapAddress()), 7));
         unsigned long values[] = {7, 7, 7};
         mapping.CalcDesiredAccess(values[0], values[1], values[2]);
-        EXPECT_EQ(each.fileAccess, values[0]);
-        EXPECT_EQ(each.pageProtect, values[1]);
-        EXPECT_EQ(each.mapAccess, values[2]);
+        EXPECT_EQ(fileAccess, values[0]);
+        EXPECT_EQ(pageProtect, values[1]);
+        EXPECT_EQ(mapAccess, values[2]);
     }
     unsigned long protect = 7;
     unsigned long dropped = 7;
@@ -70,30 +64,23 @@ TEST_F(GMFileMappingExTest, MapsTheWholeFileAndMeansWhatItsFlagsSay)
 
 TEST_F(GMFileMappingExTest, GivesTheAttributesBackAtClose)
 {
-    struct Case
-    {
-        char const * what;
-        Access access;
-        DWORD attributes;
-        DWORD duringMapping;
-    };
-    Case const cases[] = {
+    std::tuple<char const *, Access, DWORD, DWORD> const cases[] = {
         {"reading", readAccess, FILE_ATTRIBUTE_READONLY, FILE_ATTRIBUTE_READONLY},
         {"read-only", writeAccess, FILE_ATTRIBUTE_READONLY, 0},
         {"system", copyAccess, FILE_ATTRIBUTE_SYSTEM, 0},
         {"both", executeAccess | readAccess, hindering, 0},
         {"neither", writeAccess, 0, 0},
     };
-    for (Case const & each : cases)
+    for (auto const & [what, access, attributes, duringMapping] : cases)
     {
-        SCOPED_TRACE(each.what);
-        ASSERT_TRUE(SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_ARCHIVE | each.attributes));
+        SCOPED_TRACE(what);
+        ASSERT_TRUE(SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_ARCHIVE | attributes));
         DWORD const before = Attributes();
         for (bool const byDestructor : {false, true})
         {
             GMFileMappingEx mapping;
-            ASSERT_TRUE(mapping.MappingRawFile(path, each.access)) << GetLastError();
-            EXPECT_EQ(each.duringMapping, Attributes() & hindering);
+            ASSERT_TRUE(mapping.MappingRawFile(path, access)) << GetLastError();
+            EXPECT_EQ(duringMapping, Attributes() & hindering);
             EXPECT_FALSE(mapping.ModifyFileAttributes()); // nothing is left to take off
             if (byDestructor)
                 continue;

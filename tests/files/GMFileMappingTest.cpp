@@ -3,6 +3,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -118,12 +119,8 @@ std::unique_ptr<ImportHook> Fail(char const * name)
 
 TEST(GMFileMapping, TellsWhichStepOfTheDescriptorFailed)
 {
-    struct Case
-    {
-        char const * call;
-        std::unique_ptr<ImportHook> (*fail)(char const *);
-    };
-    Case const cases[] = {
+    using Hook = std::unique_ptr<ImportHook> (*)(char const *);
+    std::tuple<char const *, Hook> const cases[] = {
         {"InitializeSecurityDescriptor", &Fail<decltype(InitializeSecurityDescriptor)>},
         {"AllocateAndInitializeSid", &Fail<decltype(AllocateAndInitializeSid)>},
         {"HeapAlloc", &Fail<decltype(HeapAlloc)>},
@@ -131,17 +128,17 @@ TEST(GMFileMapping, TellsWhichStepOfTheDescriptorFailed)
         {"AddAccessAllowedAce", &Fail<decltype(AddAccessAllowedAce)>},
         {"SetSecurityDescriptorDacl", &Fail<decltype(SetSecurityDescriptorDacl)>},
     };
-    for (Case const & each : cases)
+    for (auto const & [call, fail] : cases)
     {
-        SCOPED_TRACE(each.call);
+        SCOPED_TRACE(call);
         testing::internal::CaptureStdout();
         {
-            auto const hook = each.fail(each.call);
+            auto const hook = fail(call);
             SECURITY_DESCRIPTOR descriptor;
             EXPECT_FALSE(GMFileMapping::BuildEveryOneSecurityDescriptor(descriptor));
         }
         EXPECT_EQ(DWORD{1234}, GetLastError());
-        EXPECT_EQ(std::string(each.call) + "() failed with error 1234/n",
+        EXPECT_EQ(std::string(call) + "() failed with error 1234/n",
                   testing::internal::GetCapturedStdout());
     }
 }

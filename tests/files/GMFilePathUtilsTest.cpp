@@ -1,5 +1,7 @@
 #include "VelmoraCommon/files/GMFilePathUtils.h"
 
+#include <tuple>
+
 #include <gmock/gmock.h>
 
 #include "VelmoraCommon/frame/internal/ScopedHandle.h"
@@ -25,8 +27,6 @@ public:
         SetCurrentDirectoryW(path.c_str());
     }
     ~CurrentDirectory() { SetCurrentDirectoryW(m_old.c_str()); }
-    CurrentDirectory(CurrentDirectory const &) = delete;
-    CurrentDirectory & operator=(CurrentDirectory const &) = delete;
 
     static GMString Get()
     {
@@ -88,38 +88,28 @@ TEST(GMFilePathUtils, TellsWhatAPathIs)
 {
     TemporaryFolder const folder;
     GMString const directory = folder.File(L"d");
-    GMString const file = folder.File(L"f");
+    GMString const file = folder.Write(L"f", "12");
     MakeDirectory(directory);
-    WriteBytes(file, "12");
-    WriteBytes(folder.File(L"none"), "");
 
-    struct Case
-    {
-        GMString path;
-        bool isFile;
-        bool isDirectory;
-        bool isDriver;
-        bool isEmpty;
-    };
-    Case const cases[] = {
+    std::tuple<GMString, bool, bool, bool, bool> const cases[] = {
         {L'"' + directory + L"\\\"", false, true, false, true},
         {directory + L"\\/", false, true, false, true},
         {folder.Path(), false, true, false, false},
         {L'"' + file + L'"', true, false, false, false},
-        {folder.File(L"none"), true, false, false, true},
+        {folder.Write(L"none"), true, false, false, true},
         {folder.File(L"missing"), false, false, false, true},
         {L"", false, false, false, true},
         {L"C:\\", false, true, true, false},
         {L"Q:\\", false, false, false, true},
     };
-    for (Case const & each : cases)
+    for (auto const & [path, isFile, isDirectory, isDriver, isEmpty] : cases)
     {
-        SCOPED_TRACE(testing::PrintToString(each.path));
-        EXPECT_EQ(each.isFile || each.isDirectory, Utils::IsExists(each.path));
-        EXPECT_EQ(each.isFile, Utils::IsExistsFile(each.path));
-        EXPECT_EQ(each.isDirectory, Utils::IsDirectory(each.path));
-        EXPECT_EQ(each.isDriver, Utils::IsDriver(each.path));
-        EXPECT_EQ(each.isEmpty, Utils::IsEmpty(each.path));
+        SCOPED_TRACE(testing::PrintToString(path));
+        EXPECT_EQ(isFile || isDirectory, Utils::IsExists(path));
+        EXPECT_EQ(isFile, Utils::IsExistsFile(path));
+        EXPECT_EQ(isDirectory, Utils::IsDirectory(path));
+        EXPECT_EQ(isDriver, Utils::IsDriver(path));
+        EXPECT_EQ(isEmpty, Utils::IsEmpty(path));
     }
 }
 
@@ -145,34 +135,25 @@ TEST(GMFilePathUtils, KnowsOpticalDrives)
 
 TEST(GMFilePathUtils, TellsParentDirectories)
 {
-    struct Case
-    {
-        wchar_t const * path;
-        wchar_t const * parent;
-        bool isParent;
-    };
-    Case const cases[] = {
+    std::tuple<wchar_t const *, wchar_t const *, bool> const cases[] = {
         {LR"(C:\a\b\c)", LR"(c:\A)", true},
         {LR"(C:\a\b\c)", LR"("C:\a\b\")", true},
         {LR"("C:\a\b\")", LR"(C:\a)", true},
         {LR"(C:\a)", LR"(C:\a)", false},
-        {LR"(C:\a\)", LR"(C:\a)", false},
         {LR"(C:\a)", LR"(C:\)", true},
         {LR"(C:\)", LR"(C:\)", false},
         {L"b", LR"(C:\)", false},
-        {L"b", L"b", false},
         {LR"("b")", L"b", false},
         {LR"(C:\ab\c)", LR"(C:\a)", false},
-        {LR"(C:\a)", LR"(C:\a\b)", false},
         {L"C:/a/b", L"C:/a", false},
         {LR"(\\srv\s\a)", LR"(\\srv\s)", true},
         {LR"(\a)", LR"(\)", false},
         {L"", L"", false},
     };
-    for (Case const & each : cases)
+    for (auto const & [path, parent, isParent] : cases)
     {
-        EXPECT_EQ(each.isParent, Utils::IsParentDirectory(each.path, each.parent))
-            << testing::PrintToString(each.path) << testing::PrintToString(each.parent);
+        EXPECT_EQ(isParent, Utils::IsParentDirectory(path, parent))
+            << testing::PrintToString(path) << testing::PrintToString(parent);
     }
 }
 
@@ -189,9 +170,8 @@ TEST(GMFilePathUtils, AddsUpSizes)
         ASSERT_TRUE(SetFilePointerEx(file.Get(), size, nullptr, FILE_BEGIN));
         ASSERT_TRUE(SetEndOfFile(file.Get()));
     }
-    MakeDirectory(folder.File(L"sub"));
+    folder.Write(L"sub\\three", "123");
     MakeDirectory(folder.File(L"sub\\empty"));
-    WriteBytes(folder.File(L"sub\\three"), "123");
 
     EXPECT_EQ(bigSize, Utils::FileSize(big));
     EXPECT_EQ(bigSize, Utils::FileSizeRecursive(big));
@@ -203,29 +183,23 @@ TEST(GMFilePathUtils, AddsUpSizes)
 TEST(GMFilePathUtils, ReadsModifyTimes)
 {
     TemporaryFolder const folder;
-    GMString const path = folder.File(L"f");
-    WriteBytes(path, "");
-    struct Case
-    {
-        unsigned __int64 fileTime; // 100 ns since 1601
-        __int64 seconds;
-    };
-    Case const cases[] = {
+    GMString const path = folder.Write(L"f");
+    // The unit of the first column is 100 ns since 1601.
+    std::tuple<unsigned __int64, __int64> const cases[] = {
         {116444736000000000, 0},          // the start of 1970
         {132223104009999999, 1577836800}, // the last tick of the first second of 2020
         {116444735990000000, -1},
         {159993504000000000, 4354876800}, // 2108: more than 32 bits
     };
-    for (Case const & each : cases)
+    for (auto const & [fileTime, seconds] : cases)
     {
-        FILETIME const time = {static_cast<DWORD>(each.fileTime),
-                               static_cast<DWORD>(each.fileTime >> 32)};
+        FILETIME const time = {static_cast<DWORD>(fileTime), static_cast<DWORD>(fileTime >> 32)};
         {
             ScopedFile const file(CreateFileW(path.c_str(), FILE_WRITE_ATTRIBUTES, 0, nullptr,
                                               OPEN_EXISTING, 0, nullptr));
             ASSERT_TRUE(SetFileTime(file.Get(), nullptr, nullptr, &time));
         }
-        EXPECT_EQ(each.seconds, Utils::GetFileModifyTime(path));
+        EXPECT_EQ(seconds, Utils::GetFileModifyTime(path));
     }
     EXPECT_EQ(0, Utils::GetFileModifyTime(folder.File(L"missing")));
     EXPECT_NE(0, Utils::GetFileModifyTime(folder.Path()));
@@ -234,22 +208,17 @@ TEST(GMFilePathUtils, ReadsModifyTimes)
 TEST(GMFilePathUtils, ListsEntries)
 {
     TemporaryFolder const folder;
-    MakeDirectory(folder.File(L"d.x"));
-    MakeDirectory(folder.File(L"d.x\\deep"));
-    WriteBytes(folder.File(L"f"), "");
-    WriteBytes(folder.File(L"..f"), "");
-
-    std::vector<GMString> all{L"old"};
-    Utils::GetAllSons(folder.Path() + L"//", all);
-    EXPECT_THAT(all,
-                UnorderedElementsAre(folder.File(L"d.x"), folder.File(L"f"), folder.File(L"..f")));
-
+    GMString const directory = folder.File(L"d.x");
+    folder.Write(L"d.x\\deep");
+    GMString const file = folder.Write(L"f");
+    GMString const dots = folder.Write(L"..f");
     std::vector<GMString> files{L"old"};
     std::vector<GMString> directories{L"old"};
+    Utils::GetAllSons(folder.Path() + L"//", files);
+    EXPECT_THAT(files, UnorderedElementsAre(directory, file, dots));
     Utils::GetAllSons(folder.Path(), files, directories);
-    EXPECT_THAT(files, UnorderedElementsAre(folder.File(L"f"), folder.File(L"..f")));
-    EXPECT_THAT(directories, UnorderedElementsAre(folder.File(L"d.x")));
-
+    EXPECT_THAT(files, UnorderedElementsAre(file, dots));
+    EXPECT_THAT(directories, UnorderedElementsAre(directory));
     Utils::GetAllSons(folder.File(L"missing"), files, directories);
     EXPECT_TRUE(files.empty() && directories.empty());
 }
@@ -261,8 +230,7 @@ TEST(GMFilePathUtils, CreatesDirectories)
     EXPECT_TRUE(Utils::IsDirectory(folder.File(L"a\\b\\c\\d")));
     EXPECT_TRUE(Utils::CreateDirectories(folder.File(L"a\\b")));
 
-    WriteBytes(folder.File(L"f"), "");
-    EXPECT_FALSE(Utils::CreateDirectories(folder.File(L"f")));
+    EXPECT_FALSE(Utils::CreateDirectories(folder.Write(L"f")));
     EXPECT_FALSE(Utils::CreateDirectories(folder.File(L"f\\d")));
     EXPECT_FALSE(Utils::CreateDirectories(L""));
 }
@@ -270,9 +238,7 @@ TEST(GMFilePathUtils, CreatesDirectories)
 TEST(GMFilePathUtils, CopiesFiles)
 {
     TemporaryFolder const folder;
-    GMString const source = folder.File(L"source");
-    WriteBytes(source, "new");
-
+    GMString const source = folder.Write(L"source", "new");
     GMString const target = folder.File(L"a\\b\\target");
     EXPECT_TRUE(Utils::CopyPathFile(source, target, false));
     EXPECT_EQ("new", ReadBytes(target));
@@ -293,9 +259,8 @@ TEST(GMFilePathUtils, CopiesFiles)
 TEST(GMFilePathUtils, MovesFiles)
 {
     TemporaryFolder const folder;
-    GMString const source = folder.File(L"source");
+    GMString const source = folder.Write(L"source", "x");
     GMString const target = folder.File(L"a\\target");
-    WriteBytes(source, "x");
     SetReadOnly(source);
     EXPECT_TRUE(Utils::MovePathFile(source, target, false, false));
     EXPECT_FALSE(Utils::IsExists(source));
@@ -317,8 +282,7 @@ TEST(GMFilePathUtils, MovesFiles)
 TEST(GMFilePathUtils, RemovesFiles)
 {
     TemporaryFolder const folder;
-    GMString const path = folder.File(L"f");
-    WriteBytes(path, "");
+    GMString const path = folder.Write(L"f");
     SetReadOnly(path);
     {
         ScopedFile const lock = Lock(path);
@@ -339,16 +303,14 @@ TEST(GMFilePathUtils, RemovesTrees)
 {
     TemporaryFolder const folder;
     GMString const tree = folder.File(L"tree");
-    ASSERT_TRUE(Utils::CreateDirectories(tree + L"\\sub"));
-    WriteBytes(tree + L"\\sub\\a", "");
-    WriteBytes(tree + L"\\sub\\b", "");
-    SetReadOnly(tree + L"\\sub\\b");
+    GMString const held = folder.Write(L"tree\\sub\\a");
+    SetReadOnly(folder.Write(L"tree\\sub\\b"));
     {
-        ScopedFile const lock = Lock(tree + L"\\sub\\a");
+        ScopedFile const lock = Lock(held);
         EXPECT_EQ(1u, Utils::RemoveAll(tree + L"\\"));
-        EXPECT_TRUE(Utils::IsExistsFile(tree + L"\\sub\\a"));
+        EXPECT_TRUE(Utils::IsExistsFile(held));
     }
-    WriteBytes(tree + L"\\sub\\b", "");
+    folder.Write(L"tree\\sub\\b");
     {
         CurrentDirectory const inside(tree + L"\\sub");
         EXPECT_EQ(4u, Utils::RemoveAll(tree));
@@ -357,8 +319,7 @@ TEST(GMFilePathUtils, RemovesTrees)
     EXPECT_TRUE(Utils::IsEmpty(folder.Path()));
     EXPECT_EQ(0u, Utils::RemoveAll(tree));
 
-    GMString const file = folder.File(L"file");
-    WriteBytes(file, "kept");
+    GMString const file = folder.Write(L"file", "kept");
     SetReadOnly(file);
     EXPECT_EQ(0u, Utils::RemoveAll(file));
     EXPECT_TRUE(IsReadOnly(file));
@@ -486,23 +447,15 @@ BOOL WINAPI NoteForReboot(wchar_t const * from, wchar_t const * to, DWORD flags)
     return FALSE; // the result doesn't count
 }
 
-struct SectionTraits
-{
-    using Handle = HANDLE;
-    static Handle None() noexcept { return nullptr; }
-    static void Close(Handle section) noexcept { CloseHandle(section); }
-};
-using ScopedSection = ScopedHandle<SectionTraits>;
-
 /// A section of a program as the loader makes it: the file can be renamed, but not deleted.
-ScopedSection RunningCopy(GMString const & path)
+ScopedKernelObject RunningCopy(GMString const & path)
 {
     wchar_t original[MAX_PATH];
     GetModuleFileNameW(GetModuleHandleW(L"libwinpthread-1.dll"), original, MAX_PATH);
     EXPECT_TRUE(CopyFileW(original, path.c_str(), TRUE));
     ScopedFile const file(CreateFileW(path.c_str(), GENERIC_READ | GENERIC_EXECUTE, FILE_SHARE_READ,
                                       nullptr, OPEN_EXISTING, 0, nullptr));
-    ScopedSection section(
+    ScopedKernelObject section(
         CreateFileMappingW(file.Get(), nullptr, PAGE_READONLY | SEC_IMAGE, 0, 0, nullptr));
     EXPECT_TRUE(section);
     return section;
@@ -529,12 +482,12 @@ TEST(GMFilePathUtils, MovesFilesInUseAside)
 
     WriteBytes(aside, "old");
     SetReadOnly(aside);
-    ScopedSection const first = RunningCopy(path);
+    ScopedKernelObject const first = RunningCopy(path);
     EXPECT_TRUE(Utils::RemoveOrRebootDelete(path, 0));
     EXPECT_FALSE(Utils::IsExists(path));
     EXPECT_NE("old", ReadBytes(aside));
 
-    ScopedSection const second = RunningCopy(path);
+    ScopedKernelObject const second = RunningCopy(path);
     EXPECT_FALSE(Utils::RemoveOrRebootDelete(path, 1)); // the only name is in use
     EXPECT_TRUE(Utils::IsExists(path));
     EXPECT_TRUE(Utils::RemoveOrRebootDelete(path, 2));

@@ -1,6 +1,7 @@
 #include "VelmoraCommon/files/GMFile.h"
 
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -44,15 +45,7 @@ TEST(GMFile, ReadsWhatItWroteAtEveryPosition)
     EXPECT_TRUE(file.Write("0123456789", 10, count));
     EXPECT_FALSE(file.Write(nullptr, 1, count) || file.Read(nullptr, 1, count));
 
-    struct Case
-    {
-        long long offset;
-        unsigned int method;
-        bool succeeds;
-        unsigned long long position;
-        char const * rest;
-    };
-    Case const cases[] = {
+    std::tuple<long long, unsigned int, bool, unsigned long long, char const *> const cases[] = {
         {3, FILE_BEGIN, true, 3, "3456789"},
         {-4, FILE_CURRENT, true, 6, "6789"},
         {-1, FILE_END, true, 9, "9"},
@@ -60,17 +53,17 @@ TEST(GMFile, ReadsWhatItWroteAtEveryPosition)
         {-0x100000000, FILE_CURRENT, true, 5, "56789"},
         {-11, FILE_END, false, 10, ""},
     };
-    for (Case const & each : cases)
+    for (auto const & [offset, method, succeeds, expectedPosition, expectedRest] : cases)
     {
-        SCOPED_TRACE(each.offset);
+        SCOPED_TRACE(offset);
         unsigned long long position = 0;
-        EXPECT_EQ(each.succeeds, file.Seek(each.offset, each.method, position));
-        EXPECT_EQ(each.succeeds ? each.position : 0, position);
+        EXPECT_EQ(succeeds, file.Seek(offset, method, position));
+        EXPECT_EQ(succeeds ? expectedPosition : 0, position);
         EXPECT_TRUE(file.GetPosition(position));
-        EXPECT_EQ(each.position, position);
+        EXPECT_EQ(expectedPosition, position);
         char rest[16] = {};
         EXPECT_TRUE(file.Read(rest, sizeof(rest), count)); // the end is no failure
-        EXPECT_EQ(each.rest, std::string(rest, count));
+        EXPECT_EQ(expectedRest, std::string(rest, count));
     }
 }
 
@@ -115,16 +108,10 @@ DWORD WINAPI FakeGetSize(HANDLE, DWORD * high)
 
 TEST(GMFile, JudgesSetLowHalvesByTheLastError)
 {
-    struct Case
-    {
-        DWORD low;
-        LONG high;
-        DWORD lastError;
-        unsigned long long position; // 7: failure
-    };
-    Case const cases[] = {
+    constexpr unsigned long long untouched = 7; // after a failure
+    std::tuple<DWORD, LONG, DWORD, unsigned long long> const cases[] = {
         {0xFFFFFFFF, 2, NO_ERROR, 0x2FFFFFFFF},
-        {0xFFFFFFFF, 0, ERROR_INVALID_PARAMETER, 7}, // left over from another call
+        {0xFFFFFFFF, 0, ERROR_INVALID_PARAMETER, untouched}, // left over from another call
         {0xFFFFFFFE, 1, ERROR_INVALID_PARAMETER, 0x1FFFFFFFE},
     };
     TemporaryFolder const folder;
@@ -132,19 +119,19 @@ TEST(GMFile, JudgesSetLowHalvesByTheLastError)
     ASSERT_TRUE(Open(file, folder.File(L"bytes"), CREATE_NEW));
     ImportHook const pointerHook("SetFilePointer", &FakeSetPointer);
     ImportHook const sizeHook("GetFileSize", &FakeGetSize);
-    for (Case const & each : cases)
+    for (auto const & [low, high, lastError, expected] : cases)
     {
-        SCOPED_TRACE(each.position);
-        lowHalf = each.low;
-        highHalf = each.high;
-        unsigned long long position = 7;
-        SetLastError(each.lastError);
-        EXPECT_EQ(each.position != 7, file.Seek(1, FILE_BEGIN, position));
-        EXPECT_EQ(each.position, position);
-        position = 7;
-        SetLastError(each.lastError);
-        EXPECT_EQ(each.position != 7, file.GetSize(position));
-        EXPECT_EQ(each.position, position);
+        SCOPED_TRACE(expected);
+        lowHalf = low;
+        highHalf = high;
+        for (bool const seeks : {true, false})
+        {
+            unsigned long long answer = untouched;
+            SetLastError(lastError);
+            EXPECT_EQ(expected != untouched,
+                      seeks ? file.Seek(1, FILE_BEGIN, answer) : file.GetSize(answer));
+            EXPECT_EQ(expected, answer);
+        }
     }
     EXPECT_FALSE(file.SetLength(0xFFFFFFFE)); // it must stand where it was sent, high half too
 }
@@ -198,23 +185,17 @@ TEST(GMFile, OpensInPlaceOfTheFileHeld)
 
 TEST(GMFile, MakesTheDirectoriesAboveAFileToReplace)
 {
-    struct Case
-    {
-        wchar_t const * name;
-        unsigned int creationDisposition;
-        bool succeeds;
-    };
-    Case const cases[] = {
+    std::tuple<wchar_t const *, unsigned int, bool> const cases[] = {
         {L"a\\b\\file", CREATE_ALWAYS, true},  {L"a\\b\\file", CREATE_ALWAYS, true},
         {L"c\\b\\file", CREATE_NEW, false},    {L"c\\b\\file", OPEN_ALWAYS, false},
         {L"c\\b\\file", OPEN_EXISTING, false}, {L"a\\b\\file\\c", CREATE_ALWAYS, false},
     };
     TemporaryFolder const folder;
-    for (Case const & each : cases)
+    for (auto const & [name, creationDisposition, succeeds] : cases)
     {
-        SCOPED_TRACE(each.creationDisposition);
+        SCOPED_TRACE(creationDisposition);
         GMFile file;
-        EXPECT_EQ(each.succeeds, Open(file, folder.File(each.name), each.creationDisposition));
+        EXPECT_EQ(succeeds, Open(file, folder.File(name), creationDisposition));
     }
     GMFile file;
     EXPECT_FALSE(Open(file, L"velmora_no_such\\file", CREATE_ALWAYS)); // not for a relative path

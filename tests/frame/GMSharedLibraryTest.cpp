@@ -40,15 +40,11 @@ FARPROC WINAPI CountedLookUp(HMODULE, char const *)
 TEST(GMSharedLibrary, HoldsOneModule)
 {
     GMSharedLibrary library;
-    EXPECT_FALSE(library.IsLoaded());
     EXPECT_FALSE(library.UnloadSharedLib());
-    EXPECT_EQ(nullptr, library.GetSharedLibProc(someExport));
-
     ASSERT_TRUE(library.LoadSharedLib(someLibrary));
     EXPECT_EQ(GetModuleHandleW(someLibrary), library.GetHandle());
     EXPECT_NE(nullptr, library.GetSharedLibProc(someExport));
     EXPECT_EQ(nullptr, library.GetSharedLibProc("noSuchExport"));
-
     EXPECT_TRUE(library.UnloadSharedLib());
     EXPECT_FALSE(library.IsLoaded());
     EXPECT_EQ(nullptr, GetModuleHandleW(someLibrary));

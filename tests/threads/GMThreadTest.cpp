@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <stdexcept>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -38,32 +39,26 @@ void ExpectNoThread(GMThread & thread)
 
 TEST(GMThread, TellsHowItEnds)
 {
-    struct Case
-    {
-        char const * what;
-        void (*function)(void *);
-        DWORD code;
-        bool runningUntilJoined;
-    };
-    Case const cases[] = {
+    using Work = void (*)(void *);
+    std::tuple<char const *, Work, DWORD, bool> const cases[] = {
         {"returns", [](void *) {}, 0, false},
         {"throws", [](void *) { throw std::runtime_error("lost"); }, 1, false},
         {"throws no exception class", [](void *) { throw 7; }, 1, false},
         {"exits", [](void *) { GMThread::Exit(77); }, 77, true},
     };
     unsigned int const before = HandleCount();
-    for (Case const & each : cases)
+    for (auto const & [what, function, code, runningUntilJoined] : cases)
     {
-        SCOPED_TRACE(each.what);
-        GMThread thread(each.function, nullptr);
+        SCOPED_TRACE(what);
+        GMThread thread(function, nullptr);
         for (int run = 0; run < 2; ++run)
         {
             ASSERT_TRUE(thread.Start()); // the second time without a join before
             ASSERT_EQ(0u, WaitForSingleObject(thread, 60000));
-            EXPECT_EQ(each.runningUntilJoined, thread.IsRunning());
-            DWORD code = STILL_ACTIVE;
-            GetExitCodeThread(thread, &code);
-            EXPECT_EQ(each.code, code);
+            EXPECT_EQ(runningUntilJoined, thread.IsRunning());
+            DWORD ended = STILL_ACTIVE;
+            GetExitCodeThread(thread, &ended);
+            EXPECT_EQ(code, ended);
         }
         thread.Join();
         ExpectNoThread(thread);
