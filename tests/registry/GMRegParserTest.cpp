@@ -13,7 +13,6 @@
 #include "VelmoraCommon/files/GMFile.h"
 #include "VelmoraCommon/frame/internal/ScopedHandle.h"
 #include "VelmoraCommon/registry/GMRegFileParser.h"
-#include "VelmoraCommon/registry/GMRegFileWriter.h"
 #include "tests/registry/RegText.h"
 #include "tests/support/AllocationMeter.h"
 #include "tests/support/ChildProcess.h"
@@ -192,37 +191,6 @@ std::string ExportedBytes(std::wstring const & key)
     return ReadBytes(path);
 }
 
-std::size_t Count(std::wstring const & text, std::wstring const & piece)
-{
-    std::size_t count = 0;
-    for (std::size_t at = 0; (at = text.find(piece, at)) != text.npos; at += piece.size())
-        ++count;
-    return count;
-}
-
-/// Writes keys and reads them again; a text that grew by a terminator gets its old length.
-std::deque<GMRegKey> WrittenAndRead(std::deque<GMRegKey> const & keys)
-{
-    GMBuffer<unsigned char> text;
-    GMRegFileWriter writer(text, GMRegFileTypeVersion5, L"\r\n");
-    for (GMRegKey const & key : keys)
-        writer.WriteRegKey(key);
-    GMRegParser parser;
-    parser.Load(text);
-    for (GMRegKey & key : parser.GetRegList())
-    {
-        for (GMRegValue & value : key.GetValues())
-        {
-            GMString const string = value.GetExpandString(false);
-            if (value.GetType() != REG_EXPAND_SZ)
-                continue;
-            EXPECT_EQ(L'\0', string.back()) << "the terminator";
-            value.SetString(string.substr(0, string.size() - 1), true);
-        }
-    }
-    return parser.GetRegList();
-}
-
 template <std::size_t Size>
 std::string Units(wchar_t const (&text)[Size])
 {
@@ -276,34 +244,6 @@ TEST(GMRegParser, ReadsWhatTheRegistryEditorWrites)
         found[value.GetName()] = Describe(value);
     for (auto const & [name, type, data, read] : cases)
         EXPECT_EQ(read, found[name]);
-}
-
-TEST(GMRegParser, KeepsARealRegistry)
-{
-    std::wstring const keyNames[] = {L"HKEY_LOCAL_MACHINE\\System", L"HKEY_USERS\\.Default",
-                                     L"HKEY_CLASSES_ROOT\\CLSID",
-                                     L"HKEY_LOCAL_MACHINE\\Software\\Microsoft"};
-    // The guard heap has room for the first alone.
-    for (unsigned int i = 0; i < Rounds(4, 4); ++i)
-    {
-        std::wstring const & name = keyNames[i];
-        SCOPED_TRACE(testing::Message() << name);
-        std::string const bytes = ExportedBytes(name);
-        std::deque<GMRegKey> const keys = Parsed(bytes).GetRegList();
-        std::wstring const text(reinterpret_cast<wchar_t const *>(bytes.data()), bytes.size() / 2);
-        std::wstring const begin = name[5] == L'C' ? L"HKEY_CURRENT_USER" : name; // unknown root
-        std::size_t values = 0;
-        for (GMRegKey const & key : keys)
-        {
-            ASSERT_EQ(begin, key.GetRegFullPath(true).substr(0, begin.size()));
-            values += key.GetValues().size();
-        }
-        EXPECT_EQ(Count(text, L"\r\n["), keys.size());
-        // Names that end in a backslash are lost.
-        EXPECT_EQ(Count(text, L"\r\n\"") + Count(text, L"\r\n@=") - Count(text, L"\\\\\"="),
-                  values);
-        EXPECT_EQ(Describe(keys), Describe(WrittenAndRead(keys)));
-    }
 }
 
 // --- Foreign and damaged texts ---

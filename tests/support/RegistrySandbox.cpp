@@ -51,22 +51,7 @@ void DeleteRegistryTree(HKEY root, std::wstring const & path, REGSAM view)
         ScopedRegKey key;
         if (RegOpenKeyExW(root, path.c_str(), 0, KEY_ALL_ACCESS | view, key.Receive()) != 0)
             return;
-        wchar_t name[256];
-        DWORD length = 256;
-        DWORD index = 0;
-        while (RegEnumKeyExW(key.Get(), index, name, &length, nullptr, nullptr, nullptr, nullptr) ==
-               ERROR_SUCCESS)
-        {
-            DWORD before = 0;
-            DWORD after = 0;
-            RegQueryInfoKeyW(key.Get(), nullptr, nullptr, nullptr, &before, nullptr, nullptr,
-                             nullptr, nullptr, nullptr, nullptr, nullptr);
-            DeleteRegistryTree(key.Get(), name, view);
-            RegQueryInfoKeyW(key.Get(), nullptr, nullptr, nullptr, &after, nullptr, nullptr,
-                             nullptr, nullptr, nullptr, nullptr, nullptr);
-            index += after == before ? 1u : 0u; // step over what can't be deleted
-            length = 256;
-        }
+        RegDeleteTreeW(key.Get(), nullptr); // what is below it, in the view of the open key
     }
     RegDeleteKeyExW(root, path.c_str(), view, 0);
 }

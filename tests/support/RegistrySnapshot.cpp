@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "VelmoraCommon/frame/internal/ScopedHandle.h"
+#include "VelmoraCommon/text/GMStringConvert.h"
 #include "tests/support/Hex.h"
 
 namespace Velmora::Testing
@@ -12,16 +13,6 @@ namespace Velmora::Testing
 
 namespace
 {
-
-std::string Utf8(std::wstring const & text)
-{
-    std::string bytes(text.size() * 3, '\0');
-    int const size =
-        WideCharToMultiByte(CP_UTF8, 0, text.c_str(), static_cast<int>(text.size()), bytes.data(),
-                            static_cast<int>(bytes.size()), nullptr, nullptr);
-    bytes.resize(static_cast<std::size_t>(size));
-    return bytes;
-}
 
 void AppendValues(HKEY key, std::string & out)
 {
@@ -43,8 +34,8 @@ void AppendValues(HKEY key, std::string & out)
         if (code != ERROR_SUCCESS)
             break;
         std::wstring const text(name.data(), nameLength);
-        lines[text] = "  \"" + Utf8(text) + "\" type " + std::to_string(type) + ": " +
-                      Hex(data.data(), size) + "\n";
+        lines[text] = "  \"" + GMStringConvert::GMStringToUtf8(text) + "\" type " +
+                      std::to_string(type) + ": " + Hex(data.data(), size) + "\n";
         ++index;
     }
     for (auto const & [text, line] : lines)
@@ -54,7 +45,7 @@ void AppendValues(HKEY key, std::string & out)
 void AppendKey(HKEY root, std::wstring const & path, std::wstring const & shown, REGSAM view,
                std::string & out)
 {
-    out += "[" + Utf8(shown) + "]";
+    out += "[" + GMStringConvert::GMStringToUtf8(shown) + "]";
     ScopedRegKey key;
     LSTATUS const code = RegOpenKeyExW(root, path.c_str(), 0, KEY_READ | view, key.Receive());
     if (code != ERROR_SUCCESS)

@@ -5,8 +5,6 @@
 #include "VelmoraCommon/frame/GMEnvironmentVariable.h"
 #include "VelmoraCommon/frame/internal/ScopedHandle.h"
 #include "tests/support/AllocationMeter.h"
-#include "tests/support/ChildProcess.h"
-#include "tests/support/ChildTask.h"
 #include "tests/support/GuardBuffer.h"
 #include "tests/support/GuardHeap.h"
 #include "tests/support/HandleCount.h"
@@ -44,15 +42,6 @@ bool Faults(void (*read)())
     RemoveVectoredExceptionHandler(handler);
     return s_faulted;
 }
-
-ChildTask const tellLength(L"TellLength", [](std::wstring const & argument)
-                           { return 0x10000 + static_cast<int>(argument.size()); });
-ChildTask const waitForEver(L"WaitForEver",
-                            [](std::wstring const &)
-                            {
-                                Sleep(INFINITE);
-                                return 0;
-                            });
 
 // Volatile, so that the compiler neither sees nor drops the forbidden reads.
 unsigned char const * volatile g_block;
@@ -108,25 +97,6 @@ TEST(GuardHeap, CatchesReadsBehindABlockAndAfterItsRelease)
             }
             g_sink = g_block[0];
         }));
-}
-
-TEST(ChildTask, PassesTheArgumentAndTheWholeExitCode)
-{
-    EXPECT_EQ(0x10000u, RunProgram(tellLength.CommandLine()));
-    EXPECT_EQ(0x10009u, RunProgram(tellLength.CommandLine(L"\"a b\" \\ x")));
-}
-
-TEST(ChildProcess, IsOverAfterKill)
-{
-    unsigned int const before = HandleCount();
-    {
-        ChildProcess child(waitForEver.CommandLine());
-        child.Kill();
-        EXPECT_NE(0u, child.Wait());
-        ScopedKernelObject const never(CreateEventW(nullptr, TRUE, FALSE, nullptr));
-        EXPECT_FALSE(child.Signals(never.Get()));
-    }
-    EXPECT_EQ(before, HandleCount());
 }
 
 TEST(HandleCount, IsExact)

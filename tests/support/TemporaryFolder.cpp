@@ -1,5 +1,8 @@
 #include "tests/support/TemporaryFolder.h"
 
+#include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <stdexcept>
 
 #include "VelmoraCommon/frame/internal/ScopedHandle.h"
@@ -62,31 +65,19 @@ std::wstring TemporaryFolder::Write(std::wstring const & name, std::string const
 
 void WriteBytes(std::wstring const & path, std::string const & bytes)
 {
-    ScopedFile const file(CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
-                                      FILE_ATTRIBUTE_NORMAL, nullptr));
-    DWORD written = 0;
-    if (!file ||
-        !WriteFile(file.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr))
-    {
+    std::ofstream file(std::filesystem::path(path), std::ios::binary);
+    if (!file.write(bytes.data(), static_cast<std::streamsize>(bytes.size())).flush())
         throw std::runtime_error("WriteBytes: not written");
-    }
 }
 
 std::string ReadBytes(std::wstring const & path)
 {
-    ScopedFile const file(CreateFileW(path.c_str(), GENERIC_READ,
-                                      FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING,
-                                      FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!file)
-        throw std::runtime_error("ReadBytes: not opened");
-    std::string bytes(GetFileSize(file.Get(), nullptr), '\0');
-    DWORD read = 0;
-    if (!ReadFile(file.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &read, nullptr) ||
-        read != bytes.size())
-    {
+    std::ifstream file(std::filesystem::path(path), std::ios::binary);
+    std::ostringstream bytes;
+    bytes << file.rdbuf();
+    if (!file.is_open() || file.bad())
         throw std::runtime_error("ReadBytes: not read");
-    }
-    return bytes;
+    return bytes.str();
 }
 
 } // namespace Velmora::Testing

