@@ -10,6 +10,7 @@
 
 #include "VelmoraCommon/frame/internal/ScopedHandle.h"
 #include "VelmoraCommon/registry/GMRegValue.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/Hex.h"
 #include "tests/support/ImportHook.h"
 #include "tests/support/RegistrySandbox.h"
@@ -59,7 +60,6 @@ protected:
 
 // What the fakes answer and see. Each test sets what it uses.
 LSTATUS g_answer;
-DWORD g_failingIndex;
 std::vector<REGSAM> g_accesses;
 DWORD g_type;
 DWORD g_size;
@@ -86,15 +86,6 @@ LSTATUS WINAPI AnswerInfo(HKEY, LPWSTR, LPDWORD, LPDWORD, LPDWORD, LPDWORD, LPDW
 }
 
 LSTATUS WINAPI AnswerRestore(HKEY, LPCWSTR, DWORD) { return g_answer; }
-
-decltype(RegEnumValueW) * g_enumValue;
-LSTATUS WINAPI FailingEnumValue(HKEY key, DWORD index, LPWSTR name, LPDWORD length,
-                                LPDWORD reserved, LPDWORD type, LPBYTE data, LPDWORD size)
-{
-    return index == g_failingIndex
-               ? g_answer
-               : g_enumValue(key, index, name, length, reserved, type, data, size);
-}
 
 LSTATUS WINAPI NoteSet(HKEY, LPCWSTR, DWORD, DWORD type, BYTE const *, DWORD size)
 {
@@ -354,12 +345,11 @@ TEST_F(GMRegFileTest, ListsAsFarAsItCan)
     for (wchar_t const * name : {L"a", L"b", L"c"})
         Store(name, "1");
     using Names = std::vector<GMString>;
-    for (auto const & [index, listed, expected] :
-         {std::tuple(1u, true, Names{L"a", L"c"}), std::tuple(2u, false, Names{L"a", L"b"})})
+    FailingCall<0, decltype(&RegEnumValueW)> const enumerate("RegEnumValueW", ERROR_BADKEY);
+    for (auto const & [failing, listed, expected] :
+         {std::tuple(2u, true, Names{L"a", L"c"}), std::tuple(3u, false, Names{L"a", L"b"})})
     {
-        g_answer = ERROR_BADKEY;
-        g_failingIndex = index;
-        ImportHook const hook("RegEnumValueW", &FailingEnumValue, g_enumValue);
+        FailureScope const scope(failing);
         Names names = {keep};
         m_file.Check(ERROR_DISK_FULL);
         EXPECT_EQ(listed, m_file.EnumValueNames(names)) << "the last one decides";

@@ -7,8 +7,8 @@
 
 #include "VelmoraCommon/registry/GMRegParser.h"
 #include "tests/registry/RegText.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/HandleCount.h"
-#include "tests/support/ImportHook.h"
 #include "tests/support/LongRun.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -139,23 +139,6 @@ TEST(GMRegFileWriter, KeepsWhatStandsBeforeAValueWithoutText)
     EXPECT_EQ("REGEDIT4\n" + text + text + "\n", Bytes(buffer));
 }
 
-namespace
-{
-
-int g_writesUntilFailure;
-decltype(&WriteFile) g_writeFile;
-
-BOOL WINAPI FailingWriteFile(HANDLE file, void const * bytes, DWORD count, DWORD * written,
-                             OVERLAPPED * overlapped)
-{
-    if (g_writesUntilFailure-- != 0)
-        return g_writeFile(file, bytes, count, written, overlapped);
-    SetLastError(ERROR_DISK_FULL);
-    return FALSE;
-}
-
-} // namespace
-
 TEST(GMRegFileWriter, ThrowsWhatFails)
 {
     TemporaryFolder const folder;
@@ -166,11 +149,11 @@ TEST(GMRegFileWriter, ThrowsWhatFails)
         << "a folder can't be made a file";
 
     unsigned int const handles = HandleCount();
-    ImportHook const hook("WriteFile", &FailingWriteFile, g_writeFile);
+    FailingCall<0, decltype(&WriteFile)> const hook("WriteFile", FALSE);
     // The mark, the header and the key: each of the three fails once.
-    for (int const writes : {0, 1, 2})
+    for (unsigned int const writes : {1, 2, 3})
     {
-        g_writesUntilFailure = writes;
+        FailureScope const scope(writes);
         auto const write = [&]
         { GMRegFileWriter(path, GMRegFileTypeVersion5, L"\r\n").WriteRegKey(Tree()); };
         EXPECT_EQ(0u, Failure(write).find("runtime_error: ")) << writes;
@@ -179,7 +162,7 @@ TEST(GMRegFileWriter, ThrowsWhatFails)
 
     {
         GMRegFileWriter writer(path, GMRegFileTypeRegedit4, L"\n");
-        g_writesUntilFailure = 0;
+        FailureScope const scope(1);
         EXPECT_NE("none", Failure([&] { writer.WriteRegKey(GMRegKey(L"HKCU\\lost")); }));
         writer.WriteRegKey(Tree());
     }

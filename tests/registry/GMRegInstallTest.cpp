@@ -13,6 +13,7 @@
 #include "VelmoraCommon/registry/GMRegParser.h"
 #include "tests/registry/RegText.h"
 #include "tests/support/AllocationMeter.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/GuardBuffer.h"
 #include "tests/support/GuardHeap.h"
 #include "tests/support/ImportHook.h"
@@ -129,16 +130,6 @@ LSTATUS WINAPI FaultyOpen(HKEY root, LPCWSTR subKey, DWORD options, REGSAM acces
 }
 
 unsigned int g_count;
-decltype(RegQueryInfoKeyW) * g_info;
-LSTATUS WINAPI FaultyInfo(HKEY key, LPWSTR name, LPDWORD nameLength, LPDWORD reserved,
-                          LPDWORD subKeys, LPDWORD longestKey, LPDWORD longestClass, LPDWORD values,
-                          LPDWORD longestName, LPDWORD largest, LPDWORD security, PFILETIME time)
-{
-    return --g_count == 0 ? otherCode
-                          : g_info(key, name, nameLength, reserved, subKeys, longestKey,
-                                   longestClass, values, longestName, largest, security, time);
-}
-
 LSTATUS WINAPI OpenAnything(HKEY, LPCWSTR, DWORD, REGSAM, PHKEY key)
 {
     *key = HKEY_CURRENT_USER;
@@ -244,8 +235,8 @@ TEST(GMRegInstall, RollsBackFromAnyKey)
         for (int failing = 0; failing < 5; ++failing)
         {
             SCOPED_TRACE(what + std::string(" at key ") + std::to_string(failing));
-            std::string
-                lines[3]; // before, instruction, what comes of it when the key is passed over
+            // Before, instruction, what comes of it when the key is passed over.
+            std::string lines[3];
             for (int i = 0; i < 5; ++i)
             {
                 std::string const key = "[~\\K" + std::to_string(i) + "]\n";
@@ -298,10 +289,10 @@ TEST(GMRegInstall, ReportsKeysThatDontList)
     Store const store("[~\\A]\n\"x\"=\"0\"\n[~\\A\\B]\n\"y\"=\"0\"\n");
     std::string const before = store.Content();
     std::deque<GMRegKey> const keys = store.Keys("[~\\A]\n\"x\"=\"1\"\n[-~\\A]\n");
-    ImportHook const hook("RegQueryInfoKeyW", &FaultyInfo, g_info);
+    FailingCall<0, decltype(&RegQueryInfoKeyW)> const hook("RegQueryInfoKeyW", otherCode);
     for (GMRegKey const & key : keys)
     {
-        g_count = 1;
+        FailureScope const scope(1);
         try
         {
             GMRegInstall::GenerateAntiReg(key, true, false, GMRegInstallDefaultView);
@@ -318,11 +309,13 @@ TEST(GMRegInstall, ReportsKeysThatDontList)
     }
 
     // What is ignored counts as empty: the value as missing, the key as one without sub-keys.
-    g_count = 1;
-    auto const record =
-        GMRegInstall::GenerateAntiReg(keys[0], false, true, GMRegInstallDefaultView);
+    auto const record = [&]
+    {
+        FailureScope const scope(1);
+        return GMRegInstall::GenerateAntiReg(keys[0], false, true, GMRegInstallDefaultView);
+    }();
     EXPECT_TRUE(record.GetValues().at(0).GetRemoveFlag());
-    g_count = 2;
+    FailureScope const scope(2);
     GMRegKey tree(HKEY_CURRENT_USER, store.Path());
     GMRegInstall::UpdateFromSystem(tree, true, GMRegInstallDefaultView);
     EXPECT_TRUE(tree.GetSubKeys().at(0).GetSubKeys().empty());

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <map>
 #include <stdexcept>
 #include <string>
 #include <tuple>
@@ -11,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include "VelmoraCommon/files/GMFile.h"
-#include "VelmoraCommon/frame/internal/ScopedHandle.h"
 #include "VelmoraCommon/registry/GMRegFileParser.h"
 #include "tests/registry/RegText.h"
 #include "tests/support/AllocationMeter.h"
@@ -20,7 +18,6 @@
 #include "tests/support/ImportHook.h"
 #include "tests/support/LongRun.h"
 #include "tests/support/Mutator.h"
-#include "tests/support/RegistrySandbox.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace Velmora::Testing
@@ -177,75 +174,6 @@ TEST(GMRegParser, ReadsWholeFiles)
     }
 }
 
-// --- Texts that the system's own editor wrote ---
-
-namespace
-{
-
-/// What the system's registry editor writes about a key with all that is below it.
-std::string ExportedBytes(std::wstring const & key)
-{
-    TemporaryFolder const folder;
-    std::wstring const path = folder.File(L"export.reg");
-    RunProgram(L"regedit.exe /E \"" + path + L"\" \"" + key + L"\"");
-    return ReadBytes(path);
-}
-
-template <std::size_t Size>
-std::string Units(wchar_t const (&text)[Size])
-{
-    return std::string(reinterpret_cast<char const *>(text), Size * sizeof(wchar_t));
-}
-
-} // namespace
-
-TEST(GMRegParser, ReadsWhatTheRegistryEditorWrites)
-{
-    // Name, type and data; what is read, as Describe gives it, empty if the value is lost.
-    std::tuple<std::wstring, DWORD, std::string, std::wstring> const cases[] = {
-        {L"", REG_SZ, Units(L"default"), L"1:default"},
-        {L"q\"u\\o", REG_SZ, Units(L"x\"y\\z\\"), L"1:x\"y\\z\\"},
-        {L"\x6CE8\x518C", REG_SZ, Units(L"\x8868"), L"1:\x8868"},
-        {L"[a=b]", REG_SZ, Units(L"c=d"), L"1:c=d"},
-        {L"empty", REG_SZ, Units(L""), L"1:"},
-        {L"none", REG_NONE, "\x01\x02", L"0:01 02"},
-        {L"several lines", REG_BINARY, std::string(26, 'Z'),
-         L"3:5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a 5a"},
-        {L"dword", REG_DWORD, "\x01\x02\x03\x84", L"4:01 02 03 84"},
-        {L"link", REG_LINK, Units(L"a"), L"6:61 00 00 00"},
-        {L"multi", REG_MULTI_SZ, Units(L"a\0b\0"), L"7:61 00 00 00 62 00 00 00 00 00"},
-        {L"qword", REG_QWORD, "\x01\x02\x03\x04\x05\x06\x07\x88", L"11:01 02 03 04 05 06 07 88"},
-        // The forms that reading changes:
-        {L"keeps the terminator", REG_EXPAND_SZ, Units(L"%A%"), L"2:%A%|"},
-        {L"loses its value", REG_DWORD_BIG_ENDIAN, std::string(4, '\x01'), L"5:00 00 00 00"},
-        {L"loses the gap", REG_MULTI_SZ, Units(L"a\0\0b\0"), L"7:61 00 00 00 62 00 00 00 00 00"},
-        {L"a as a decimal type", 10, "\x01", L"0:01"},
-        {L"1ff as a decimal type", 0x1FF, "\x01", L"1:"},
-        {L"lost for its backslash\\", REG_SZ, Units(L"x"), L""},
-    };
-    ScratchKey const scratch;
-    for (auto const & [name, type, data, read] : cases)
-    {
-        RegSetValueExW(scratch.Key(), name.c_str(), 0, type,
-                       reinterpret_cast<BYTE const *>(data.data()),
-                       static_cast<DWORD>(data.size()));
-    }
-    ScopedRegKey below;
-    RegCreateKeyW(scratch.Key(), L"a]=\"b", below.Receive());
-
-    std::wstring const path = L"HKEY_CURRENT_USER\\" + scratch.Path();
-    std::deque<GMRegKey> keys = Parsed(ExportedBytes(path)).GetRegList();
-    ASSERT_EQ(2u, keys.size());
-    EXPECT_EQ(path, keys[0].GetRegFullPath(true));
-    EXPECT_EQ(path + L"\\a]=\"b", keys[1].GetRegFullPath(true));
-
-    std::map<std::wstring, std::wstring> found;
-    for (GMRegValue const & value : keys[0].GetValues())
-        found[value.GetName()] = Describe(value);
-    for (auto const & [name, type, data, read] : cases)
-        EXPECT_EQ(read, found[name]);
-}
-
 // --- Foreign and damaged texts ---
 
 namespace
@@ -333,7 +261,10 @@ TEST(GMRegParser, SurvivesDamagedTexts)
 
 TEST(GMRegParser, SurvivesEveryPrefixOfARealText)
 {
-    std::string const bytes = ExportedBytes(L"HKEY_LOCAL_MACHINE\\System");
+    TemporaryFolder const folder;
+    std::wstring const path = folder.File(L"export.reg");
+    RunProgram(L"regedit.exe /E \"" + path + L"\" HKEY_LOCAL_MACHINE\\System");
+    std::string const bytes = ReadBytes(path);
     std::size_t const longest = std::min<std::size_t>(bytes.size(), Rounds(16'000, 60'000));
     HostileLoad load;
     for (std::size_t size = 0; size <= longest && !HasFatalFailure(); ++size)

@@ -1,7 +1,6 @@
 #include "VelmoraCommon/text/GMLetterConvert.h"
 
 #include <array>
-#include <set>
 #include <tuple>
 
 #include <gtest/gtest.h>
@@ -16,11 +15,6 @@ namespace
 {
 
 using Pieces = std::vector<std::pair<GMStringA, GMStringA>>;
-
-GMStringA Character(int row, int position)
-{
-    return {static_cast<char>(0xA0 + row), static_cast<char>(0xA0 + position)};
-}
 
 } // namespace
 
@@ -52,43 +46,6 @@ TEST(GMLetterConvert, FindsSyllablesByPosition)
         for (int code = first; code <= last; ++code)
             EXPECT_EQ(syllable, convert.FindLetter(code)) << code;
     }
-}
-
-TEST(GMLetterConvert, HoldsBothLevels)
-{
-    GMLetterConvert convert;
-    unsigned int ranges = 0;
-    unsigned int radicals = 0;
-    std::set<GMStringA> bounds;
-    GMStringA before;
-    for (int row = 1; row <= 94; ++row)
-    {
-        for (int position = 1; position <= 94; ++position)
-        {
-            GMStringA const syllable = convert.FindLetter(row * 100 + position);
-            GMStringA const byBound = convert.ConvertChineseToLetterEx(Character(row, position));
-            if (row < 16)
-            {
-                EXPECT_EQ("", byBound);
-            }
-            if (row < 16 || row > 87 || (row == 55 && position > 89))
-                EXPECT_EQ("?", syllable);
-            else if (row < 56)
-            {
-                ranges += syllable != before ? 1u : 0u;
-                bounds.insert(byBound);
-            }
-            else
-            {
-                radicals += syllable != "?" ? 1u : 0u;
-                EXPECT_EQ("zuo", byBound);
-            }
-            before = syllable;
-        }
-    }
-    EXPECT_EQ(389u, ranges);
-    EXPECT_EQ(396u, bounds.size());
-    EXPECT_EQ(2825u, radicals);
 }
 
 TEST(GMLetterConvert, ShapesSyllables)

@@ -46,12 +46,6 @@ struct Blocker
     bool WorkerEnds() { return WaitForSingleObject(worker.Get(), 60000) == WAIT_OBJECT_0; }
 };
 
-std::uintptr_t __cdecl NoThread(void *, unsigned, unsigned(__stdcall *)(void *), void *, unsigned,
-                                unsigned *)
-{
-    return 0;
-}
-
 unsigned int ThreadHandles() { return HandlesByKind()["Thread"]; }
 
 /// A list of one worker, and calls that note their numbers.

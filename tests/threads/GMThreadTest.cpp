@@ -18,12 +18,6 @@ namespace Velmora::Testing
 namespace
 {
 
-std::uintptr_t __cdecl NoThread(void *, unsigned, unsigned(__stdcall *)(void *), void *, unsigned,
-                                unsigned *)
-{
-    return 0;
-}
-
 __time64_t __cdecl AlwaysNoon(__time64_t *) { return 43200; }
 
 void DrawNumber(void * number) { *static_cast<int *>(number) = std::rand(); }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 
 #include "VelmoraCommon/threads/GMBaseEvent.h"
@@ -45,6 +46,13 @@ private:
     std::function<void()> m_work;
     Signal m_ended;
 };
+
+/// Stands for _beginthreadex when the system gives no thread.
+inline std::uintptr_t __cdecl NoThread(void *, unsigned, unsigned(__stdcall *)(void *), void *,
+                                       unsigned, unsigned *)
+{
+    return 0;
+}
 
 /// Whether another thread can lock \p mutex.
 template <class Mutex>
