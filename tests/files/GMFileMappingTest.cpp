@@ -1,15 +1,14 @@
 #include "VelmoraCommon/files/GMFileMapping.h"
 
 #include <cstring>
-#include <memory>
+#include <iterator>
 #include <string>
-#include <tuple>
 
 #include <gtest/gtest.h>
 
 #include "VelmoraCommon/files/GMFile.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/HandleCount.h"
-#include "tests/support/ImportHook.h"
 #include "tests/support/TemporaryFolder.h"
 
 using namespace Velmora;
@@ -97,49 +96,27 @@ TEST(GMFileMapping, GrantsEverythingToEveryone)
     EXPECT_TRUE(HeapFree(GetProcessHeap(), 0, acl));
 }
 
-/// A stand-in for any system function: it fails with an error code.
-template <class Function>
-struct Failing;
-
-template <class Result, class... Arguments>
-struct Failing<Result WINAPI(Arguments...)>
-{
-    static Result WINAPI Call(Arguments...)
-    {
-        SetLastError(1234);
-        return Result();
-    }
-};
-
-template <class Function>
-std::unique_ptr<ImportHook> Fail(char const * name)
-{
-    return std::make_unique<ImportHook>(name, &Failing<Function>::Call);
-}
-
 TEST(GMFileMapping, TellsWhichStepOfTheDescriptorFailed)
 {
-    using Hook = std::unique_ptr<ImportHook> (*)(char const *);
-    std::tuple<char const *, Hook> const cases[] = {
-        {"InitializeSecurityDescriptor", &Fail<decltype(InitializeSecurityDescriptor)>},
-        {"AllocateAndInitializeSid", &Fail<decltype(AllocateAndInitializeSid)>},
-        {"HeapAlloc", &Fail<decltype(HeapAlloc)>},
-        {"InitializeAcl", &Fail<decltype(InitializeAcl)>},
-        {"AddAccessAllowedAce", &Fail<decltype(AddAccessAllowedAce)>},
-        {"SetSecurityDescriptorDacl", &Fail<decltype(SetSecurityDescriptorDacl)>},
-    };
-    for (auto const & [call, fail] : cases)
+    char const * const steps[] = {
+        "InitializeSecurityDescriptor", "AllocateAndInitializeSid", "HeapAlloc", "InitializeAcl",
+        "AddAccessAllowedAce",          "SetSecurityDescriptorDacl"};
+    FailingCall<0, decltype(&InitializeSecurityDescriptor)> const descriptorHook(steps[0], FALSE);
+    FailingCall<1, decltype(&AllocateAndInitializeSid)> const sidHook(steps[1], FALSE);
+    FailingCall<2, decltype(&HeapAlloc)> const memoryHook(steps[2], nullptr);
+    FailingCall<3, decltype(&InitializeAcl)> const listHook(steps[3], FALSE);
+    FailingCall<4, decltype(&AddAccessAllowedAce)> const entryHook(steps[4], FALSE);
+    FailingCall<5, decltype(&SetSecurityDescriptorDacl)> const setHook(steps[5], FALSE);
+    for (unsigned int call = 1; call <= std::size(steps); ++call)
     {
-        SCOPED_TRACE(call);
+        std::string const step = steps[call - 1];
+        SCOPED_TRACE(step);
         testing::internal::CaptureStdout();
-        {
-            auto const hook = fail(call);
-            SECURITY_DESCRIPTOR descriptor;
-            EXPECT_FALSE(GMFileMapping::BuildEveryOneSecurityDescriptor(descriptor));
-        }
-        EXPECT_EQ(DWORD{1234}, GetLastError());
-        EXPECT_EQ(std::string(call) + "() failed with error 1234/n",
-                  testing::internal::GetCapturedStdout());
+        FailureScope const scope(call);
+        SECURITY_DESCRIPTOR descriptor;
+        EXPECT_FALSE(GMFileMapping::BuildEveryOneSecurityDescriptor(descriptor));
+        EXPECT_EQ(injectedError, GetLastError());
+        EXPECT_EQ(step + "() failed with error 23/n", testing::internal::GetCapturedStdout());
     }
 }
 

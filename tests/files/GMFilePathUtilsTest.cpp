@@ -1,5 +1,6 @@
 #include "VelmoraCommon/files/GMFilePathUtils.h"
 
+#include <filesystem>
 #include <tuple>
 
 #include <gmock/gmock.h>
@@ -18,24 +19,21 @@ namespace
 using Utils = GMFilePathUtils;
 using testing::UnorderedElementsAre;
 
+class GMFilePathUtilsTest : public testing::Test
+{
+protected:
+    TemporaryFolder const folder;
+};
+
 /// The current directory for a scope.
 class CurrentDirectory
 {
 public:
-    explicit CurrentDirectory(GMString const & path) : m_old(Get())
-    {
-        SetCurrentDirectoryW(path.c_str());
-    }
-    ~CurrentDirectory() { SetCurrentDirectoryW(m_old.c_str()); }
-
-    static GMString Get()
-    {
-        wchar_t path[MAX_PATH];
-        return GMString(path, GetCurrentDirectoryW(MAX_PATH, path));
-    }
+    explicit CurrentDirectory(GMString const & path) { std::filesystem::current_path(path); }
+    ~CurrentDirectory() { std::filesystem::current_path(m_old); }
 
 private:
-    GMString m_old;
+    std::filesystem::path m_old = std::filesystem::current_path();
 };
 
 /// An open file that others may read, but not delete or rename.
@@ -84,9 +82,8 @@ TEST(GMFilePathUtils, CutsNames)
     }
 }
 
-TEST(GMFilePathUtils, TellsWhatAPathIs)
+TEST_F(GMFilePathUtilsTest, TellsWhatAPathIs)
 {
-    TemporaryFolder const folder;
     GMString const directory = folder.File(L"d");
     GMString const file = folder.Write(L"f", "12");
     MakeDirectory(directory);
@@ -157,19 +154,11 @@ TEST(GMFilePathUtils, TellsParentDirectories)
     }
 }
 
-TEST(GMFilePathUtils, AddsUpSizes)
+TEST_F(GMFilePathUtilsTest, AddsUpSizes)
 {
-    TemporaryFolder const folder;
-    GMString const big = folder.File(L"big");
+    GMString const big = folder.Write(L"big");
     constexpr unsigned __int64 bigSize = 5000000000; // no bytes on the disk: they aren't written
-    {
-        ScopedFile const file(
-            CreateFileW(big.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr));
-        LARGE_INTEGER size;
-        size.QuadPart = bigSize;
-        ASSERT_TRUE(SetFilePointerEx(file.Get(), size, nullptr, FILE_BEGIN));
-        ASSERT_TRUE(SetEndOfFile(file.Get()));
-    }
+    std::filesystem::resize_file(big, bigSize);
     folder.Write(L"sub\\three", "123");
     MakeDirectory(folder.File(L"sub\\empty"));
 
@@ -180,9 +169,8 @@ TEST(GMFilePathUtils, AddsUpSizes)
     EXPECT_EQ(0u, Utils::FileSizeRecursive(folder.File(L"missing")));
 }
 
-TEST(GMFilePathUtils, ReadsModifyTimes)
+TEST_F(GMFilePathUtilsTest, ReadsModifyTimes)
 {
-    TemporaryFolder const folder;
     GMString const path = folder.Write(L"f");
     // The unit of the first column is 100 ns since 1601.
     std::tuple<unsigned __int64, __int64> const cases[] = {
@@ -205,9 +193,8 @@ TEST(GMFilePathUtils, ReadsModifyTimes)
     EXPECT_NE(0, Utils::GetFileModifyTime(folder.Path()));
 }
 
-TEST(GMFilePathUtils, ListsEntries)
+TEST_F(GMFilePathUtilsTest, ListsEntries)
 {
-    TemporaryFolder const folder;
     GMString const directory = folder.File(L"d.x");
     folder.Write(L"d.x\\deep");
     GMString const file = folder.Write(L"f");
@@ -223,9 +210,8 @@ TEST(GMFilePathUtils, ListsEntries)
     EXPECT_TRUE(files.empty() && directories.empty());
 }
 
-TEST(GMFilePathUtils, CreatesDirectories)
+TEST_F(GMFilePathUtilsTest, CreatesDirectories)
 {
-    TemporaryFolder const folder;
     EXPECT_TRUE(Utils::CreateDirectories(folder.File(L"a\\b/c\\\\d\\")));
     EXPECT_TRUE(Utils::IsDirectory(folder.File(L"a\\b\\c\\d")));
     EXPECT_TRUE(Utils::CreateDirectories(folder.File(L"a\\b")));
@@ -235,9 +221,8 @@ TEST(GMFilePathUtils, CreatesDirectories)
     EXPECT_FALSE(Utils::CreateDirectories(L""));
 }
 
-TEST(GMFilePathUtils, CopiesFiles)
+TEST_F(GMFilePathUtilsTest, CopiesFiles)
 {
-    TemporaryFolder const folder;
     GMString const source = folder.Write(L"source", "new");
     GMString const target = folder.File(L"a\\b\\target");
     EXPECT_TRUE(Utils::CopyPathFile(source, target, false));
@@ -256,9 +241,8 @@ TEST(GMFilePathUtils, CopiesFiles)
     EXPECT_FALSE(Utils::IsExists(L"missing"));
 }
 
-TEST(GMFilePathUtils, MovesFiles)
+TEST_F(GMFilePathUtilsTest, MovesFiles)
 {
-    TemporaryFolder const folder;
     GMString const source = folder.Write(L"source", "x");
     GMString const target = folder.File(L"a\\target");
     SetReadOnly(source);
@@ -279,9 +263,8 @@ TEST(GMFilePathUtils, MovesFiles)
     EXPECT_EQ("y", ReadBytes(target));
 }
 
-TEST(GMFilePathUtils, RemovesFiles)
+TEST_F(GMFilePathUtilsTest, RemovesFiles)
 {
-    TemporaryFolder const folder;
     GMString const path = folder.Write(L"f");
     SetReadOnly(path);
     {
@@ -299,9 +282,8 @@ TEST(GMFilePathUtils, RemovesFiles)
     EXPECT_TRUE(Utils::IsEmpty(folder.Path()));
 }
 
-TEST(GMFilePathUtils, RemovesTrees)
+TEST_F(GMFilePathUtilsTest, RemovesTrees)
 {
-    TemporaryFolder const folder;
     GMString const tree = folder.File(L"tree");
     GMString const held = folder.Write(L"tree\\sub\\a");
     SetReadOnly(folder.Write(L"tree\\sub\\b"));
@@ -314,7 +296,7 @@ TEST(GMFilePathUtils, RemovesTrees)
     {
         CurrentDirectory const inside(tree + L"\\sub");
         EXPECT_EQ(4u, Utils::RemoveAll(tree));
-        EXPECT_EQ(folder.Path(), CurrentDirectory::Get());
+        EXPECT_EQ(folder.Path(), std::filesystem::current_path().wstring());
     }
     EXPECT_TRUE(Utils::IsEmpty(folder.Path()));
     EXPECT_EQ(0u, Utils::RemoveAll(tree));
@@ -463,9 +445,8 @@ ScopedKernelObject RunningCopy(GMString const & path)
 
 } // namespace
 
-TEST(GMFilePathUtils, MovesFilesInUseAside)
+TEST_F(GMFilePathUtilsTest, MovesFilesInUseAside)
 {
-    TemporaryFolder const folder;
     GMString const path = folder.File(L"a.dll");
     GMString const aside = folder.File(L"a_t.dll");
     GMString const numbered = folder.File(L"a_t1.dll");

@@ -21,6 +21,16 @@ bool Open(GMFile & file, GMString const & path, unsigned int creationDisposition
                        FILE_ATTRIBUTE_NORMAL);
 }
 
+/// A new file, open to read and write.
+class GMFileTest : public testing::Test
+{
+protected:
+    GMFileTest() { EXPECT_TRUE(Open(file, folder.File(L"bytes"), CREATE_NEW)); }
+
+    TemporaryFolder const folder;
+    GMFile file;
+};
+
 TEST(GMFile, FailsEverythingButCloseWhenClosed)
 {
     GMFile file;
@@ -36,11 +46,8 @@ TEST(GMFile, FailsEverythingButCloseWhenClosed)
     EXPECT_TRUE(file.Close());
 }
 
-TEST(GMFile, ReadsWhatItWroteAtEveryPosition)
+TEST_F(GMFileTest, ReadsWhatItWroteAtEveryPosition)
 {
-    TemporaryFolder const folder;
-    GMFile file;
-    ASSERT_TRUE(Open(file, folder.File(L"bytes"), CREATE_NEW));
     unsigned int count = 0;
     EXPECT_TRUE(file.Write("0123456789", 10, count));
     EXPECT_FALSE(file.Write(nullptr, 1, count) || file.Read(nullptr, 1, count));
@@ -67,11 +74,8 @@ TEST(GMFile, ReadsWhatItWroteAtEveryPosition)
     }
 }
 
-TEST(GMFile, CutsAndGrows)
+TEST_F(GMFileTest, CutsAndGrows)
 {
-    TemporaryFolder const folder;
-    GMFile file;
-    ASSERT_TRUE(Open(file, folder.File(L"bytes"), CREATE_NEW));
     for (unsigned long long const length : {10ull, 4ull, 0ull, 0xFFFFFFFFull, 0x100000001ull})
     {
         SCOPED_TRACE(length);
@@ -106,7 +110,7 @@ DWORD WINAPI FakeGetSize(HANDLE, DWORD * high)
     return lowHalf;
 }
 
-TEST(GMFile, JudgesSetLowHalvesByTheLastError)
+TEST_F(GMFileTest, JudgesSetLowHalvesByTheLastError)
 {
     constexpr unsigned long long untouched = 7; // after a failure
     std::tuple<DWORD, LONG, DWORD, unsigned long long> const cases[] = {
@@ -114,9 +118,6 @@ TEST(GMFile, JudgesSetLowHalvesByTheLastError)
         {0xFFFFFFFF, 0, ERROR_INVALID_PARAMETER, untouched}, // left over from another call
         {0xFFFFFFFE, 1, ERROR_INVALID_PARAMETER, 0x1FFFFFFFE},
     };
-    TemporaryFolder const folder;
-    GMFile file;
-    ASSERT_TRUE(Open(file, folder.File(L"bytes"), CREATE_NEW));
     ImportHook const pointerHook("SetFilePointer", &FakeSetPointer);
     ImportHook const sizeHook("GetFileSize", &FakeGetSize);
     for (auto const & [low, high, lastError, expected] : cases)
@@ -148,11 +149,8 @@ BOOL WINAPI RefusedClose(HANDLE)
     return FALSE;
 }
 
-TEST(GMFile, TellsOfShortWritesAndHandlesThatStay)
+TEST_F(GMFileTest, TellsOfShortWritesAndHandlesThatStay)
 {
-    TemporaryFolder const folder;
-    GMFile file;
-    ASSERT_TRUE(Open(file, folder.File(L"bytes"), CREATE_NEW));
     HANDLE const handle = file.GetHandle();
     {
         ImportHook const writeHook("WriteFile", &ShortWrite);
@@ -201,11 +199,8 @@ TEST(GMFile, MakesTheDirectoriesAboveAFileToReplace)
     EXPECT_FALSE(Open(file, L"velmora_no_such\\file", CREATE_ALWAYS)); // not for a relative path
 }
 
-TEST(GMFile, KeepsItsTimes)
+TEST_F(GMFileTest, KeepsItsTimes)
 {
-    TemporaryFolder const folder;
-    GMFile file;
-    ASSERT_TRUE(Open(file, folder.File(L"bytes"), CREATE_NEW));
     FILETIME const given[] = {{0, 0x01C00000}, {0, 0x01C80000}, {0, 0x01D00000}};
     FILETIME times[3] = {};
     ASSERT_TRUE(file.SetTime(given[0], given[1], given[2]));

@@ -70,25 +70,24 @@ TEST(GMRegParser, TellsVersions)
 
 TEST(GMRegParser, ReadsKeysAndValues)
 {
-    std::tuple<char const *, wchar_t const *, wchar_t const *> const cases[] = {
-        {"header alone", L"", L""},
+    std::tuple<char const *, wchar_t const *, char const *> const cases[] = {
+        {"header alone", L"", ""},
         {"keys are flat", L"[HKLM\\A\\B]\r\n[HKCU\\A]\r\n[HKLM\\A\\B]\r\n",
-         L"[HKEY_LOCAL_MACHINE\\A\\B]\n[HKEY_CURRENT_USER\\A]\n[HKEY_LOCAL_MACHINE\\A\\B]\n"},
-        {"removed key", L"[-HKLM\\A]\r\n", L"[-HKEY_LOCAL_MACHINE\\A]\n"},
+         "<HKEY_LOCAL_MACHINE\\A\\B>\n<HKEY_CURRENT_USER\\A>\n<HKEY_LOCAL_MACHINE\\A\\B>\n"},
+        {"removed key", L"[-HKLM\\A]\r\n", "<-HKEY_LOCAL_MACHINE\\A>\n"},
         {"unknown roots become the user's", L"[HKEY_CLASSES_ROOT\\A]\r\n\"a\"=\"b\"\r\n[-x]\r\n",
-         L"[HKEY_CURRENT_USER] a=1:b\n[-HKEY_CURRENT_USER]\n"},
+         "<HKEY_CURRENT_USER> <a>type 1 text <b>\n<-HKEY_CURRENT_USER>\n"},
         {"default value", L"[HKCU]\r\n@=\"a\"\r\n\"@\"=\"b\"\r\n\"\"=\"c\"\r\n",
-         L"[HKEY_CURRENT_USER] =1:a =1:b =1:c\n"},
+         "<HKEY_CURRENT_USER> <>type 1 text <a> <>type 1 text <b> <>type 1 text <c>\n"},
         {"escapes in names",
          L"[HKCU]\r\n\"\\\\@\"=-\r\n\"a\\\\\\\\\\\\b\"=-\r\n\"\\\\\"c\"=-\r\n\"\\\"d\"=-\r\n",
-         L"[HKEY_CURRENT_USER] \\@=- a\\\\\\b=- \"c=- \"d=-\n"},
+         "<HKEY_CURRENT_USER> <\\@>- <a\\\\\\b>- <\"c>- <\"d>-\n"},
         {"names without their quotes", L"[HKCU]\r\na\\\\b=-\r\n\"a\" =-\r\n\"b=-\r\n",
-         L"[HKEY_CURRENT_USER] a\\b=- \"a\" =-\n"},
-        {"removed value", L"[HKCU]\r\n\"x\"=-\r\n", L"[HKEY_CURRENT_USER] x=-\n"},
+         "<HKEY_CURRENT_USER> <a\\b>- <\"a\" >-\n"},
         {"data of no form", L"[HKCU]\r\n\"x\"= \"b\"\r\n\"y\"=HEX:01\r\n",
-         L"[HKEY_CURRENT_USER] x=1: y=1:\n"},
+         "<HKEY_CURRENT_USER> <x>type 1 <y>type 1\n"},
         {"wrapped bytes", L"[HKCU]\r\n\"x\"=hex:01,02,\\\r\n  03\r\n\"y\"=dword:ff\r\n",
-         L"[HKEY_CURRENT_USER] x=3:01 02 03 y=4:ff 00 00 00\n"},
+         "<HKEY_CURRENT_USER> <x>type 3 bytes 01 02 03 <y>type 4 dword ff\n"},
     };
     for (auto const & [what, text, keys] : cases)
     {
@@ -114,7 +113,7 @@ TEST(GMRegParser, SaysWhyItFails)
 
     GMRegParser parser = Parsed("REGEDIT4\r\n[HKCU\\A]\r\n");
     Failure([&] { parser.Load(ToBuffer("REGEDIT4\r\n[HKCU\\B]\r\n\"a\"=-\r\na=hex:\\\r\n1\\")); });
-    EXPECT_EQ(L"[HKEY_CURRENT_USER\\A]\n[HKEY_CURRENT_USER\\B] a=-\n",
+    EXPECT_EQ("<HKEY_CURRENT_USER\\A>\n<HKEY_CURRENT_USER\\B> <a>-\n",
               Describe(parser.GetRegList()))
         << "what was read before stays";
 }
@@ -127,7 +126,7 @@ TEST(GMRegParser, GoesOnFromACopy)
     auto const body = ToBuffer("REGEDIT4\r\na=-\r\n");
     EXPECT_EQ("Keys list is empty", Failure([&] { first.Load(body); }));
     copy.Load(body);
-    EXPECT_EQ(L"[HKEY_CURRENT_USER\\A] a=-\n", Describe(copy.GetRegList()));
+    EXPECT_EQ("<HKEY_CURRENT_USER\\A> <a>-\n", Describe(copy.GetRegList()));
 }
 
 namespace
@@ -159,7 +158,7 @@ TEST(GMRegParser, ReadsWholeFiles)
     ASSERT_EQ(21u, buffer.m_capacity);
     EXPECT_EQ("5d 00 00 00", Hex(buffer.m_data + 17, 4)) << "zeroes behind the content";
     EXPECT_TRUE(parser.Load(path));
-    EXPECT_EQ(L"[HKEY_CURRENT_USER\\A]\n", Describe(parser.GetRegList()));
+    EXPECT_EQ("<HKEY_CURRENT_USER\\A>\n", Describe(parser.GetRegList()));
 
     // 32 bits would hold none of these sizes with the zeroes added; the file has no content on disk.
     ImportHook const hook("ReadFile", &UncalledReadFile);

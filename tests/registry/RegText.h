@@ -4,7 +4,7 @@
 #include <string>
 
 #include "VelmoraCommon/registry/GMRegKey.h"
-#include "tests/support/Hex.h"
+#include "tests/registry/RegModelText.h"
 
 namespace Velmora::Testing
 {
@@ -24,34 +24,17 @@ inline std::string Utf16Bytes(std::wstring const & text)
     return "\xFF\xFE" + std::string(bytes, text.size() * sizeof(wchar_t));
 }
 
-/// What a value means to the registry: `-`, or its type and data; texts as they are, with `|` for
-/// NUL. Fields that its type doesn't use don't count.
-inline std::wstring Describe(GMRegValue const & value)
-{
-    if (value.GetRemoveFlag())
-        return L"-";
-    std::wstring const type = std::to_wstring(value.GetType()) + L":";
-    GMBuffer<unsigned char> data;
-    value.ValueSerial(data);
-    std::string const hex = Hex(data.m_data, data.m_length);
-    std::wstring text = value.GetExpandString(false);
-    for (wchar_t & unit : text)
-        unit = unit == L'\0' ? L'|' : unit;
-    bool const isText = value.GetType() == REG_SZ || value.GetType() == REG_EXPAND_SZ;
-    return type + (isText ? text : std::wstring(hex.begin(), hex.end()));
-}
-
 /// Keys with their values, a line each.
 template <class Keys>
-std::wstring Describe(Keys const & keys)
+std::string Describe(Keys const & keys)
 {
-    std::wstring text;
+    std::string text;
     for (GMRegKey const & key : keys)
     {
-        text += L"[" + key.GetRegFullPath(true) + L"]";
+        text += Show(key.GetRegFullPath(true));
         for (GMRegValue const & value : key.GetValues())
-            text += L" " + value.GetName() + L"=" + Describe(value);
-        text += L"\n";
+            text += " " + Show(value.GetName()) + (value.GetRemoveFlag() ? "-" : ShowFields(value));
+        text += "\n";
     }
     return text;
 }
