@@ -77,7 +77,7 @@ TEST(GMRegFileWriter, WritesKeysInOrder)
 
 TEST(GMRegFileWriter, BeginsWithTheHeader)
 {
-    // before: what the buffer held
+    // Kind, version, what the buffer held before, what it holds then.
     std::tuple<char const *, GMRegFileType, std::string, std::string> const cases[] = {
         {"version 4", GMRegFileTypeRegedit4, "x", "xREGEDIT4\r\n"},
         {"version 5", GMRegFileTypeVersion5, "x",

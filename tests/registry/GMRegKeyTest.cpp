@@ -68,6 +68,12 @@ Bytes NestedRecord(unsigned int levels, unsigned int subKeys = 1)
     return record + Bytes(levels * std::size_t(4), 0); // no values
 }
 
+DWORD WINAPI Run(void * work)
+{
+    (*static_cast<std::function<void()> *>(work))();
+    return 0;
+}
+
 /// Runs \p work with the stack of a small program. Wine ends a thread that runs over its stack
 /// without a word, so the end of the work is looked for.
 void RunOnSmallStack(std::function<void()> const & work)
@@ -78,13 +84,8 @@ void RunOnSmallStack(std::function<void()> const & work)
         work();
         finished = true;
     };
-    LPTHREAD_START_ROUTINE const run = [](void * task) -> DWORD
-    {
-        (*static_cast<std::function<void()> *>(task))();
-        return 0;
-    };
     HANDLE const thread =
-        CreateThread(nullptr, 1 << 20, run, &noted, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
+        CreateThread(nullptr, 1 << 20, &Run, &noted, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
     ASSERT_NE(nullptr, thread);
     WaitForSingleObject(thread, INFINITE);
     CloseHandle(thread);

@@ -94,7 +94,7 @@ TEST(GMRegValue, ExpandsTextsOfTheExpandingType)
 
 TEST(GMRegValue, ReadsDataText)
 {
-    // expected: null: refused
+    // A null text means that the data is refused.
     std::tuple<GMString, char const *> const cases[] = {
         {L"-", "type 6 removed"},
         {L"- ", nullptr},
@@ -107,7 +107,7 @@ TEST(GMRegValue, ReadsDataText)
         {LR"(")", "type 1"},
         {LR"("\)", R"(type 1 text <"\>)"},
         {LR"("\")", R"(type 1 text <\>)"},
-        {L"dword:0x1F", "type 4 dword 1f"},
+        {L"dword:0x123456789", "type 4 dword 12345678"},
         {L"dword:123456789", "type 4 dword 12345678"},
         {L"dword:", "type 4"},
         {L"dword:0000 000A", "type 4"},

@@ -23,6 +23,15 @@ public:
     {
         return from[Below(from.size())];
     }
+    /// A text of fewer than \p limit of the \p pieces, which are units or texts themselves.
+    template <class Pieces>
+    std::wstring TextOf(Pieces const & pieces, std::size_t limit)
+    {
+        std::wstring text;
+        for (std::size_t count = Below(limit); count != 0; --count)
+            text += Pick(pieces);
+        return text;
+    }
 
 private:
     std::mt19937 m_engine;

@@ -17,14 +17,6 @@ namespace
 
 using Pairs = std::vector<std::pair<GMString, GMString>>;
 
-GMString RandomText(Random & random, GMString const & units, std::size_t limit)
-{
-    GMString text(random.Below(limit), L'\0');
-    for (wchar_t & unit : text)
-        unit = random.Pick(units);
-    return text;
-}
-
 } // namespace
 
 TEST(GMCmdLineParser, ReadsLines)
@@ -146,9 +138,9 @@ TEST(GMCmdLineParser, ReadsBackWhatItBuilt)
         for (std::size_t entries = random.Below(6); entries != 0; --entries)
         {
             GMString const key =
-                RandomText(random, caseCounts ? L"aA-/\"\x4E2D" : L"ab-/\"\x4E2D", 6);
+                random.TextOf(GMString(caseCounts ? L"aA-/\"\x4E2D" : L"ab-/\"\x4E2D"), 6);
             if (!key.empty())
-                parser.SetKeyValue(key, RandomText(random, L"aB-/ :=\x4E2D", 8));
+                parser.SetKeyValue(key, random.TextOf(GMString(L"aB-/ :=\x4E2D"), 8));
         }
         GMCmdLineParser copy = parser;
         ASSERT_TRUE(copy.Parse(parser.Build().c_str(), L"", nullptr, nullptr));
@@ -165,7 +157,7 @@ TEST(GMCmdLineParser, StaysWithinAnyLine)
     Random random(25);
     for (unsigned int i = 0; i < Rounds(100000, 1000000); ++i)
     {
-        GMString const line = RandomText(random, L"-/ :=\"+aB", limit);
+        GMString const line = random.TextOf(GMString(L"-/ :=\"+aB"), limit);
         wchar_t * const begin = end - line.size() - 1;
         std::copy_n(line.c_str(), line.size() + 1, begin);
         GMCmdLineParser parser;

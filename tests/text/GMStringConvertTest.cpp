@@ -1,5 +1,6 @@
 #include "VelmoraCommon/text/GMStringConvert.h"
 
+#include <iterator>
 #include <tuple>
 
 #include <gtest/gtest.h>

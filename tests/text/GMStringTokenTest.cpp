@@ -261,14 +261,6 @@ bool MatchByRecursion(GMString const & text, GMString const & pattern, wchar_t p
     return previous == L'*' && text.size() >= 2 && MatchByRecursion(text.substr(1), pattern, L'*');
 }
 
-GMString RandomName(Random & random, GMString const & alphabet)
-{
-    GMString name(random.Below(9), L'\0');
-    for (wchar_t & unit : name)
-        unit = random.Pick(alphabet);
-    return name;
-}
-
 } // namespace
 
 TEST(GMStringToken, MatchesWildcards)
@@ -286,8 +278,8 @@ TEST(GMStringToken, MatchesWildcards)
     unsigned int const rounds = Rounds(20000, 1000000);
     for (unsigned int i = 0; i < rounds; ++i)
     {
-        GMString const text = RandomName(random, L"ab.");
-        GMString const pattern = RandomName(random, L"ab.?**");
+        GMString const text = random.TextOf(GMString(L"ab."), 9);
+        GMString const pattern = random.TextOf(GMString(L"ab.?**"), 9);
         bool const expected = MatchByRecursion(text, pattern, 0);
         fitting += expected ? 1u : 0u;
         ASSERT_EQ(expected, Token::WildcardMatch(text, pattern))

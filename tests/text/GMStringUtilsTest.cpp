@@ -49,14 +49,6 @@ GMString Lowered(GMString text)
     return text;
 }
 
-GMString RandomText(Random & random, GMString const & alphabet, std::size_t limit)
-{
-    GMString text(random.Below(limit), L'\0');
-    for (wchar_t & unit : text)
-        unit = random.Pick(alphabet);
-    return text;
-}
-
 /// \p text after `edit(text, arguments...)`.
 template <class Edit, class... Arguments>
 GMString Edited(GMString text, Edit edit, Arguments... arguments)
@@ -293,8 +285,8 @@ TEST(GMStringUtils, FindsWithoutCase)
     GMString const alphabet = L"aAbB\u0430\u0410\u212A";
     for (unsigned int round = Rounds(20000, 500000); round != 0; --round)
     {
-        GMString const text = RandomText(random, alphabet, 40);
-        GMString const x = RandomText(random, alphabet, 5);
+        GMString const text = random.TextOf(alphabet, 40);
+        GMString const x = random.TextOf(alphabet, 5);
         auto const start = static_cast<unsigned int>(random.Below(text.length() + 2));
         ASSERT_EQ(static_cast<unsigned int>(Lowered(text).find(Lowered(x), start)),
                   Utils::FindNoCase(text, x, start))

@@ -1,5 +1,6 @@
 #include "VelmoraCommon/text/GMTimeUtils.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>

@@ -95,9 +95,7 @@ TEST(GMUrlParser, TakesAnyText)
     GMString base = L"a.b";
     for (unsigned int i = 0; i < Rounds(100000, 1000000); ++i)
     {
-        GMString url;
-        for (std::size_t n = random.Below(12); n != 0; --n)
-            url += random.Pick(pieces);
+        GMString const url = random.TextOf(pieces, 12);
         GMUrlPathTools::GetFullUrlPath(base, url);
         base = url;
         GMUrlEncode::EncodeEx(url, true);

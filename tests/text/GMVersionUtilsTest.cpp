@@ -24,10 +24,7 @@ GMString RandomVersion(Random & random)
     static std::vector<GMString> const pieces = {
         L"0",          L"1", L"9", L"10", L"01", L"2147483647", L"2147483648", L"4294967295",
         L"4294967296", L"b", L".", L".",  L".",  L",",          L"-"};
-    GMString version;
-    for (std::size_t count = random.Below(8); count != 0; --count)
-        version += random.Pick(pieces);
-    return version;
+    return random.TextOf(pieces, 8);
 }
 
 int Sign(int value) { return (value > 0) - (value < 0); }
