@@ -142,6 +142,12 @@ TEST(GMRegValue, ReadsDataText)
         EXPECT_EQ(expected != nullptr ? expected : "type 6", ShowFields(value));
         EXPECT_EQ(value.GetBinary().m_length, value.GetBinary().m_capacity);
     }
+    // Lists of units are added to what an earlier text left; everything else takes its place.
+    GMRegValue value;
+    for (wchar_t const * text : {L"\"x\"", L"hex(7):61,00,00,00", L"hex(7):62,00,00,00", L"hex:01",
+                                 L"hex:02", L"hex(2):63,00"})
+        EXPECT_TRUE(value.ParseValue(text));
+    EXPECT_EQ("type 2 text <xa{0}b{0}c> strings <a> <b> bytes 02", ShowFields(value));
 }
 
 TEST(GMRegValue, ReadsDamagedDataText)
