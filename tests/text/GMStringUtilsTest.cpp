@@ -159,6 +159,7 @@ TEST(GMStringUtils, PrintsFileSizes)
     std::tuple<unsigned __int64, bool, wchar_t const *> const cases[] = {
         {0, true, L"0B"},
         {1023, true, L"1023B"},
+        {1023, true, L"1023B"},
         {1024, true, L"1KB"},
         {(1 << 20) - 1, true, L"1024KB"},
         {1 << 20, true, L"1.0MB"},
