@@ -31,9 +31,9 @@
 #include "VelmoraCommon/files/GMFindFile.h"
 #include "VelmoraCommon/frame/GMSharedLibrary.h"
 #include "VelmoraCommon/frame/WindowsApi.h"
-#include "VelmoraCommon/text/GMStringConvert.h"
 #include "VelmoraCommon/text/GMStringUtils.h"
 #include "VelmoraCommon/text/GMVersionUtils.h"
+#include "examples/Messages.h"
 
 // GDI+ expects what WindowsApi.h leaves out.
 #include <objidl.h>
@@ -68,27 +68,6 @@ enum ExitCode
 };
 
 // ---- Messages ----------------------------------------------------------------------------------
-
-void Print(FILE * stream, GMString const & text)
-{
-    std::fputs((GMStringConvert::GMStringToUtf8(text) + "\n").c_str(), stream);
-}
-
-GMString SystemMessage(unsigned long code)
-{
-    wchar_t text[512] = {};
-    FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code, 0,
-                   text, 512, nullptr);
-    GMString message(text);
-    GMStringUtils::TrimRight(message, L". \r\n");
-    return GMStringUtils::FormatResult(L"%s (code %u)", message.c_str(), code);
-}
-
-/// Ends the program; its text is what the user reads.
-struct Failure
-{
-    GMString text;
-};
 
 /// Names and texts come from files that may hold anything, and mustn't break the lines.
 GMString OnOneLine(GMString text)

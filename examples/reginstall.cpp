@@ -23,6 +23,7 @@
 #include "VelmoraCommon/registry/GMRegParser.h"
 #include "VelmoraCommon/text/GMStringConvert.h"
 #include "VelmoraCommon/text/GMStringUtils.h"
+#include "examples/Messages.h"
 
 using namespace Velmora;
 
@@ -39,27 +40,6 @@ constexpr char usage[] =
     "reginstall merge A.reg B.reg OUT.reg\n";
 
 // ---- Messages ----------------------------------------------------------------------------------
-
-/// Ends an operation; its text is what the user reads.
-struct Failure
-{
-    GMString text;
-};
-
-void Print(FILE * stream, GMString const & text)
-{
-    std::fputs((GMStringConvert::GMStringToUtf8(text) + "\n").c_str(), stream);
-}
-
-GMString SystemMessage(unsigned long code)
-{
-    wchar_t text[512] = {};
-    FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code, 0,
-                   text, 512, nullptr);
-    GMString message(text);
-    GMStringUtils::TrimRight(message, L". \r\n");
-    return GMStringUtils::FormatResult(L"%s (code %u)", message.c_str(), code);
-}
 
 [[noreturn]] void Fail(GMRegKey const & key, GMString const & what)
 {

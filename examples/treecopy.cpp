@@ -29,6 +29,7 @@
 #include "VelmoraCommon/threads/GMFuncTaskList.h"
 #include "VelmoraCommon/threads/GMMutexLock.h"
 #include "VelmoraCommon/threads/GMThread.h"
+#include "examples/Messages.h"
 
 using namespace Velmora;
 
@@ -51,21 +52,6 @@ enum ExitCode
 
 // ---- Messages ----------------------------------------------------------------------------------
 
-void Print(FILE * stream, GMString const & text)
-{
-    std::fputs((GMStringConvert::GMStringToUtf8(text) + "\n").c_str(), stream);
-}
-
-GMString SystemMessage(unsigned long code)
-{
-    wchar_t text[512] = {};
-    FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code, 0,
-                   text, 512, nullptr);
-    GMString message(text);
-    GMStringUtils::TrimRight(message, L". \r\n");
-    return GMStringUtils::FormatResult(L"%s (code %u)", message.c_str(), code);
-}
-
 /// \p path without the prefix that lifts the limit of its length.
 GMString Shown(GMString const & path)
 {
@@ -75,12 +61,6 @@ GMString Shown(GMString const & path)
         return L"\\" + path.substr(serverPrefix.size());
     return GMStringUtils::BeginWith(path, prefix) ? path.substr(prefix.size()) : path;
 }
-
-/// Ends an operation; its text is what the user reads.
-struct Failure
-{
-    GMString text;
-};
 
 /// Fails with the system's reason unless \p done.
 void Require(bool done, GMString const & path)

@@ -42,7 +42,7 @@ constexpr unsigned int groupEntryImageId = 12;
 /// An image is a bitmap, or a PNG stream, of whose signature this is the first half.
 constexpr DWORD pngSignature = 0x474E5089;
 
-// Where a PNG stream has its size, two numbers with the highest byte first (PNG specification, IHDR).
+// Where a PNG stream has its size, two numbers with the highest byte first (its chunk IHDR).
 constexpr unsigned int pngWidthOffset = 16;
 constexpr unsigned int pngHeightOffset = 20;
 constexpr unsigned int pngSizeEnd = 24;
