@@ -20,6 +20,19 @@ constexpr wchar_t const * supportedFileSystems[] = {L"NTFS", L"FAT32", L"exFAT",
 
 bool HasFloppyLetter(GMString const & drive) { return drive.find_first_of(L"ABab") == 0; }
 
+/// Keeps the system from asking the user for a medium, for this thread and a scope.
+class NoPrompts
+{
+public:
+    NoPrompts() { SetThreadErrorMode(GetThreadErrorMode() | SEM_FAILCRITICALERRORS, &m_mode); }
+    ~NoPrompts() { SetThreadErrorMode(m_mode, nullptr); }
+    NoPrompts(NoPrompts const &) = delete;
+    NoPrompts & operator=(NoPrompts const &) = delete;
+
+private:
+    DWORD m_mode = 0; // as it was before
+};
+
 /// The text before the first `\` of \p path.
 GMString DriveOf(GMString const & path) { return path.substr(0, path.find(L'\\')); }
 
@@ -79,6 +92,7 @@ bool GMDiskUtils::GetLogicalDriveList(std::vector<GMString> & drives)
 
 bool GMDiskUtils::GetLogicalDriveInfo(GMString const & drive, GMDiskInfo & info)
 {
+    NoPrompts const noPrompts;
     SHFILEINFOW shell = {};
     if (SHGetFileInfoW(drive.c_str(), 0, &shell, sizeof shell,
                        SHGFI_TYPENAME | SHGFI_DISPLAYNAME | SHGFI_USEFILEATTRIBUTES) == 0)

@@ -30,7 +30,8 @@ public:
     static bool GetLogicalDriveList(std::vector<GMString> & drives);
 
     /// Asks the shell and the volume about a root. A drive without a medium, or whose volume
-    /// doesn't answer, isn't ready and has the size 0; that is no failure.
+    /// doesn't answer, isn't ready and has the size 0; that is no failure, and the user isn't asked
+    /// for a medium.
     /// \return false, with \p info unchanged, if the shell doesn't know the drive
     static bool GetLogicalDriveInfo(GMString const & drive, GMDiskInfo & info);
 

@@ -64,6 +64,7 @@ UINT WINAPI TypeOf(wchar_t const * path)
 BOOL WINAPI AskVolume(wchar_t const * path, wchar_t *, DWORD, DWORD *, DWORD *, DWORD *,
                       wchar_t * fileSystem, DWORD size)
 {
+    EXPECT_NE(0u, GetThreadErrorMode() & SEM_FAILCRITICALERRORS); // no question to the user
     Drive const * const drive = Find(path);
     if (drive == nullptr || drive->fileSystem == nullptr)
         return FALSE;
@@ -178,6 +179,7 @@ TEST_F(GMDiskUtilsTest, DescribesDrives)
         Utils::GMDiskInfo info;
         info.m_fileSystem = L"old";
         EXPECT_TRUE(Utils::GetLogicalDriveInfoOfPath(path, info));
+        EXPECT_EQ(0u, GetThreadErrorMode());
         EXPECT_EQ(L"name of " + GMString(path).substr(0, 2) + L"\\", info.m_displayName);
         EXPECT_EQ(L"kind", info.m_typeName);
         EXPECT_EQ(fileSystem, info.m_fileSystem);
