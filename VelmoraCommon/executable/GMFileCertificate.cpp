@@ -7,6 +7,7 @@
 #include <wincrypt.h>
 
 #include "VelmoraCommon/executable/internal/PEFormat.h"
+#include "VelmoraCommon/files/GMFileSystemUtils.h"
 #include "VelmoraCommon/frame/internal/ScopedHandle.h"
 #include "VelmoraCommon/text/GMStringUtils.h"
 
@@ -218,6 +219,9 @@ bool GMFileCertificate::GetProductVersion(GMString & version)
 
 bool GMFileCertificate::GetFileSigner(SignerInfo & info)
 {
+    // Wine looks for a text of unknown length in a file without bytes, wherever that leads.
+    if (GMFileSystemUtils::GetFileSize(m_path) == 0)
+        return false;
     ScopedHandle<CertStoreTraits> store;
     ScopedHandle<CryptMessageTraits> message;
     if (!CryptQueryObject(CERT_QUERY_OBJECT_FILE, m_path.c_str(), CERT_QUERY_CONTENT_FLAG_ALL,

@@ -142,6 +142,7 @@ TEST(GMFileCertificate, SurvivesCutAndDamagedFiles)
     std::wstring const path = folder.File(L"subject.dll");
     std::string const whole = ReadBytes(SignedSubject());
     std::size_t const signature = ReadBytes(Subject()).size();
+    // From the empty file on, in which Wine once looked for a signature.
     for (unsigned int i = 0, steps = Rounds(100, static_cast<unsigned int>(whole.size()));
          i != steps; ++i)
         AskAll(path, whole.substr(0, whole.size() * i / steps));
