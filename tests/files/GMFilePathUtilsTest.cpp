@@ -5,6 +5,7 @@
 
 #include <gmock/gmock.h>
 
+#include "VelmoraCommon/files/GMFileSystemUtils.h"
 #include "VelmoraCommon/frame/internal/ScopedHandle.h"
 #include "tests/support/DirectoryLink.h"
 #include "tests/support/ImportHook.h"
@@ -156,9 +157,9 @@ TEST(GMFilePathUtils, TellsParentDirectories)
 
 TEST_F(GMFilePathUtilsTest, AddsUpSizes)
 {
-    GMString const big = folder.Write(L"big");
+    GMString const big = folder.File(L"big");
     constexpr unsigned __int64 bigSize = 5000000000; // no bytes on the disk: they aren't written
-    std::filesystem::resize_file(big, bigSize);
+    ASSERT_TRUE(GMFileSystemUtils::CreateEmptyFile(big, bigSize));
     folder.Write(L"sub\\three", "123");
     MakeDirectory(folder.File(L"sub\\empty"));
 
