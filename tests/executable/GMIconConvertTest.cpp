@@ -130,13 +130,6 @@ TEST(GMIconConvert, WritesIconFiles)
                                {5, 5, 0, 32, image(5, 5, painted.substr(0, 100), 4)}}) ==
                 ReadBytes(path));
 
-    std::string const host = HostPath(path);
-    if (!host.empty())
-    {
-        EXPECT_EQ("--icon --index=1 --width=3 --height=2 --bit-depth=32 --palette-size=0\n",
-                  RunOnHost("icotool --list --index=1 '" + host + "'"));
-    }
-
     std::wstring const none = folder.File(L"none.ico");
     std::vector<HBITMAP> many(0x10000, handles[0]);
     handles[1] = nullptr;
@@ -145,6 +138,11 @@ TEST(GMIconConvert, WritesIconFiles)
     EXPECT_FALSE(GMIconConvert::MultiBitmapToIcon(many.data(), 0x10000, none));
     EXPECT_FALSE(std::filesystem::exists(none));
     EXPECT_FALSE(GMIconConvert::BitmapToIcon(handles[0], folder.Path()));
+
+    if (!RunOnHost("command -v icotool"))
+        GTEST_SKIP() << "icotool isn't asked: it isn't here";
+    EXPECT_EQ("--icon --index=1 --width=3 --height=2 --bit-depth=32 --palette-size=0\n",
+              RunOnHost("icotool --list --index=1 '" + HostPath(path) + "'"));
 }
 
 TEST(GMIconConvert, DrawsIconsOfAllDepthsWithTheirAlpha)
@@ -184,6 +182,8 @@ TEST(GMIconConvert, DrawsIconsOfAllDepthsWithTheirAlpha)
         }
         EXPECT_EQ(before, GdiObjectCount());
     }
+    if (GdiObjectCount() == 0)
+        GTEST_SKIP() << "GDI objects aren't counted: nobody tells this process how many it has";
 }
 
 TEST(GMIconConvert, TurnsBitmapsToIconsAndBack)

@@ -267,8 +267,8 @@ TEST(GMIconExtract, SavesWhatAnotherToolTakesOut)
         ++compared;
     }
     EXPECT_LT(0u, compared);
-    if (HostPath(saved).empty())
-        GTEST_SKIP() << "icotool isn't asked: there is no other system below";
+    if (!RunOnHost("command -v icotool"))
+        GTEST_SKIP() << "icotool isn't asked: it isn't here";
     auto const listed = RunOnHost("icotool --list '" + HostPath(saved) + "'");
     EXPECT_EQ(0u, listed.value_or("failed").find("--icon --index=1 --width="));
 }

@@ -122,6 +122,8 @@ unsigned int GdiObjectCount()
     SystemFunction<ULONG_PTR WINAPI()> const environment(L"ntdll.dll", "RtlGetCurrentPeb");
     auto const * const table =
         *reinterpret_cast<Entry const * const *>(environment() + tableOffset);
+    if (table == nullptr) // it lies out of the sight of a 32-bit process
+        return 0;
     return static_cast<unsigned int>(std::count_if(
         table, table + tableSize, [](Entry const & entry) { return entry.type != 0; }));
 }
