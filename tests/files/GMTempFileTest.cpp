@@ -153,6 +153,12 @@ TEST(GMTempDirectory, LivesWithItsObject)
     ASSERT_TRUE(directory.CreateTempDirectory());
     ASSERT_TRUE(GMFileSystemUtils::MyGetTempPath(path));
     EXPECT_EQ(path, directory.GetPath().substr(0, path.size()));
+
+    GMString owned; // by nobody but the caller
+    ASSERT_TRUE(GMTempDirectory::CreateTempDirectory(L"x", owned));
+    EXPECT_EQ(path + L"xD.", owned.substr(0, path.size() + 3));
+    EXPECT_TRUE(GMFileSystemUtils::MyRemoveDirectory(owned));
+    EXPECT_FALSE(IsThere(owned));
 }
 
 TEST(GMTempDirectory, CountsOnWhereANameIsTaken)
