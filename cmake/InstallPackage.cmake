@@ -14,7 +14,8 @@ configure_package_config_file(cmake/VelmoraCommonConfig.cmake.in
     ${PROJECT_BINARY_DIR}/VelmoraCommonConfig.cmake
     INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/VelmoraCommon)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/VelmoraCommonConfigVersion.cmake
-    COMPATIBILITY SameMajorVersion)
+    COMPATIBILITY SameMajorVersion
+    ARCH_INDEPENDENT) # the package itself says in words what is wrong with a client's width
 install(FILES
     ${PROJECT_BINARY_DIR}/VelmoraCommonConfig.cmake
     ${PROJECT_BINARY_DIR}/VelmoraCommonConfigVersion.cmake

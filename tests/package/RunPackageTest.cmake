@@ -23,3 +23,13 @@ file(COPY ${libraries} DESTINATION ${client})
 if(NOT BUILD_ONLY)
     run(${EMULATOR} ${client}/package_client.exe)
 endif()
+
+# A project for the building system itself, if that is another one, is refused in words.
+if(CROSSCOMPILING)
+    execute_process(COMMAND ${CMAKE_COMMAND} -S ${SOURCE_DIR}/refused -B ${client}-refused
+            -DVelmoraCommon_ROOT=${prefix}
+        RESULT_VARIABLE code OUTPUT_QUIET ERROR_VARIABLE message)
+    if(code EQUAL 0 OR NOT message MATCHES "is for Windows, and this project is built for")
+        message(FATAL_ERROR "A native client isn't refused in words: ${code}, ${message}")
+    endif()
+endif()
