@@ -9,6 +9,10 @@ if(MSVC)
 else()
     target_compile_options(VelmoraCompileSettings INTERFACE
         -Wall -Wextra -Wshadow -Wconversion $<$<BOOL:${VELMORA_WARNINGS_AS_ERRORS}>:-Werror>)
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+        # Nothing that only one of the compilers takes.
+        target_compile_options(VelmoraCompileSettings INTERFACE -Wgnu -Wmicrosoft)
+    endif()
     if(VELMORA_CHECKED)
         # The toolchain has no sanitizer run-time library, so a finding traps: illegal instruction.
         target_compile_options(VelmoraCompileSettings INTERFACE

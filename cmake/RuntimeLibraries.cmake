@@ -7,9 +7,10 @@ if(MINGW)
     else()
         set(unwinder libgcc_s_dw2-1.dll)
     endif()
+    separate_arguments(flags NATIVE_COMMAND "${CMAKE_CXX_FLAGS}") # they may say where to look
     file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/runtime)
     foreach(dll libstdc++-6.dll ${unwinder} libwinpthread-1.dll)
-        execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${dll}
+        execute_process(COMMAND ${CMAKE_CXX_COMPILER} ${flags} -print-file-name=${dll}
             OUTPUT_VARIABLE path OUTPUT_STRIP_TRAILING_WHITESPACE)
         if(NOT IS_ABSOLUTE "${path}")
             message(FATAL_ERROR "${dll} isn't part of ${CMAKE_CXX_COMPILER}")
