@@ -15,7 +15,6 @@
 #include "VelmoraCommon/registry/GMRegFileWriter.h"
 #include "VelmoraCommon/registry/internal/EscapedText.h"
 #include "VelmoraCommon/registry/internal/RegFileHeader.h"
-#include "VelmoraCommon/registry/internal/RegValueText.h"
 #include "VelmoraCommon/text/GMStringUtils.h"
 
 namespace Velmora
@@ -127,7 +126,7 @@ void GMRegParser::OnValueFound(wchar_t const * nameBegin, wchar_t const * nameEn
     GMRegValue value; // an empty REG_SZ
     value.SetName(ValueName(nameBegin, nameEnd));
     // Data that can't be read leaves it so.
-    ParseValueText(value, {dataBegin, static_cast<std::size_t>(dataEnd - dataBegin)});
+    value.ParseText({dataBegin, static_cast<std::size_t>(dataEnd - dataBegin)});
     m_regList.back().GetValues().push_back(std::move(value));
 }
 

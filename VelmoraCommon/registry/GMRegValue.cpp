@@ -5,7 +5,6 @@
 
 #include "VelmoraCommon/frame/internal/EnvironmentText.h"
 #include "VelmoraCommon/registry/internal/RecordBytes.h"
-#include "VelmoraCommon/registry/internal/RegValueText.h"
 
 namespace Velmora
 {
@@ -148,8 +147,6 @@ std::vector<GMString> GMRegValue::GetMutiString() const { return m_mutiString; }
 
 GMBuffer<unsigned char> const & GMRegValue::GetBinary() const { return m_binary; }
 GMBuffer<unsigned char> & GMRegValue::GetBinary() { return m_binary; }
-
-bool GMRegValue::ParseValue(GMString const & text) { return ParseValueText(*this, text); }
 
 bool GMRegValue::ParseValue(unsigned char const * data, unsigned int size)
 {

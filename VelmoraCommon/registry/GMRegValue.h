@@ -114,10 +114,13 @@ public:
 
 private:
     friend class GMRegKey;
-    friend bool ParseValueText(GMRegValue & value, std::wstring_view text);
+    friend class GMRegParser;
 
     /// Stands in a key record for the type of a value to remove.
     static constexpr unsigned int smc_removedType = 255;
+
+    /// ParseValue for data text that stands inside a larger one, so that no copy of it is made.
+    bool ParseText(std::wstring_view text);
 
     /// Number of bytes that WriteData writes.
     unsigned __int64 DataSize() const;

@@ -7,7 +7,6 @@
 #include "VelmoraCommon/registry/GMRegValue.h"
 #include "VelmoraCommon/registry/internal/EscapedText.h"
 #include "VelmoraCommon/registry/internal/RecordBytes.h"
-#include "VelmoraCommon/registry/internal/RegValueText.h"
 #include "VelmoraCommon/text/GMStringUtils.h"
 
 // A byte list is most of what a large .reg file holds, so it is read in one pass, cleaning and all.
@@ -257,49 +256,50 @@ void AppendTyped(GMString & text, unsigned int type, GMBuffer<unsigned char> con
 
 } // namespace
 
-bool ParseValueText(GMRegValue & value, std::wstring_view text)
+bool GMRegValue::ParseValue(GMString const & text) { return ParseText(text); }
+
+bool GMRegValue::ParseText(std::wstring_view text)
 {
     if (text == L"-")
     {
-        value.m_removeFlag = true;
+        m_removeFlag = true;
     }
     else if (!text.empty() && text.front() == L'"')
     {
-        value.m_string = ReadQuoted(text);
-        value.m_type = REG_SZ;
+        m_string = ReadQuoted(text);
+        m_type = REG_SZ;
     }
     else if (TakePrefix(text, L"hex:"))
     {
-        value.m_binary = ReadByteList(text);
-        value.m_type = REG_BINARY;
+        m_binary = ReadByteList(text);
+        m_type = REG_BINARY;
     }
     else if (TakePrefix(text, L"dword:"))
     {
-        value.m_doubleWord =
-            GMStringUtils::ConvertHexToUInt32(GMString(text.substr(0, longestNumber)));
-        value.m_type = REG_DWORD;
+        m_doubleWord = GMStringUtils::ConvertHexToUInt32(GMString(text.substr(0, longestNumber)));
+        m_type = REG_DWORD;
     }
     else if (TakePrefix(text, L"hex(b):"))
     {
-        value.m_quardWord = ReadQuardWord(text);
-        value.m_type = REG_QWORD;
+        m_quardWord = ReadQuardWord(text);
+        m_type = REG_QWORD;
     }
     else if (TakePrefix(text, L"hex(2):"))
     {
-        AppendUnitList(value.m_string, text);
-        value.m_type = REG_EXPAND_SZ;
+        AppendUnitList(m_string, text);
+        m_type = REG_EXPAND_SZ;
     }
     else if (TakePrefix(text, L"hex(7):"))
     {
-        GMString::size_type const begin = value.m_string.size();
-        AppendUnitList(value.m_string, text);
-        AppendStrings(value.m_mutiString, value.m_string, begin);
-        value.m_type = REG_MULTI_SZ;
+        GMString::size_type const begin = m_string.size();
+        AppendUnitList(m_string, text);
+        AppendStrings(m_mutiString, m_string, begin);
+        m_type = REG_MULTI_SZ;
     }
     else if (TakePrefix(text, L"hex("))
     {
-        value.m_type = ReadHexType(text);
-        value.m_binary = ReadByteList(text);
+        m_type = ReadHexType(text);
+        m_binary = ReadByteList(text);
     }
     else
     {
