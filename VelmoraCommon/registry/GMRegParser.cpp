@@ -79,12 +79,12 @@ int GMRegParser::GetRegVersion(GMBuffer<unsigned char> const & buffer, GMString 
     };
     constexpr Header headers[] = {{regedit4Header, GMRegFileTypeRegedit4},
                                   {version5Header, GMRegFileTypeVersion5}};
-    auto const begin = text.find_first_not_of(L" \t");
+    text.erase(0, text.find_first_not_of(L" \t"));
     for (Header const & header : headers)
     {
-        if (begin == text.npos || text.compare(begin, header.text.size(), header.text) != 0)
+        if (text.compare(0, header.text.size(), header.text) != 0)
             continue;
-        text.erase(0, begin + header.text.size());
+        text.erase(0, header.text.size());
         return header.version;
     }
     return 0;

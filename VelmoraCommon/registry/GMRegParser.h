@@ -32,9 +32,9 @@ public:
     ///     left alone
     static bool ReadFile(GMString const & path, GMBuffer<unsigned char> & buffer);
 
-    /// Decodes \p buffer and takes the header off the text, and blanks and tabs in front of it.
+    /// Decodes \p buffer, takes the blanks and tabs off the front of the text and then the header.
     /// \return 1 for "REGEDIT4", 2 for "Windows Registry Editor Version 5.00", in exactly this case;
-    ///     0 for any other start, with \p text then of no use
+    ///     0 for any other start, which stays in \p text, and for bytes that can't be decoded
     static int GetRegVersion(GMBuffer<unsigned char> const & buffer, GMString & text);
 
     /// Appends the keys of a file to the list.
