@@ -1,10 +1,12 @@
 #include "VelmoraCommon/registry/GMRegFile.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cwchar>
 #include <iterator>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include <aclapi.h>
 
@@ -286,34 +288,51 @@ LSTATUS GMRegFile::DeleteKeyEx(GMString const & fullPath, REGSAM samDesired)
 LSTATUS GMRegFile::DeleteKeyExHelper(HKEY root, GMString const & subKey, REGSAM samDesired,
                                      KeyDeleter * deleter)
 {
+    struct Level
+    {
+        std::size_t pathSize;
+        ScopedRegKey key;
+    };
+
+    GMString path = subKey; // of the key at hand
     auto const deleteIt = [&]
     {
-        return deleter != nullptr ? deleter(root, subKey.c_str(), samDesired, 0)
-                                  : RegDeleteKeyW(root, subKey.c_str());
+        return deleter != nullptr ? deleter(root, path.c_str(), samDesired, 0)
+                                  : RegDeleteKeyW(root, path.c_str());
     };
-    if (deleteIt() == ERROR_SUCCESS)
-        return ERROR_SUCCESS;
-
-    ScopedRegKey key;
-    LSTATUS code = RegOpenKeyExW(root, subKey.c_str(), 0, samDesired | KEY_READ, key.Receive());
-    if (code != ERROR_SUCCESS)
-        return code;
-    GMString path = subKey;
-    if (path.empty() || path.back() != L'\\')
-        path += L'\\';
-
-    wchar_t name[260]; // a key's name has at most 255 units
-    for (;;)
+    std::vector<Level> levels; // the keys that are in use, from the given one down
+    wchar_t name[260];         // a key's name has at most 255 units
+    auto const findSubKey = [&]
     {
         // Always the first one: the one before has gone.
         DWORD length = static_cast<DWORD>(std::size(name));
-        if (RegEnumKeyExW(key.Get(), 0, name, &length, nullptr, nullptr, nullptr, nullptr) !=
-                ERROR_SUCCESS ||
-            DeleteKeyExHelper(root, path + name, samDesired, deleter) != ERROR_SUCCESS)
-            break;
+        return RegEnumKeyExW(levels.back().key.Get(), 0, name, &length, nullptr, nullptr, nullptr,
+                             nullptr) == ERROR_SUCCESS;
+    };
+    for (;;)
+    {
+        LSTATUS code = deleteIt();
+        if (code != ERROR_SUCCESS)
+        {
+            ScopedRegKey key;
+            code = RegOpenKeyExW(root, path.c_str(), 0, samDesired | KEY_READ, key.Receive());
+            if (code == ERROR_SUCCESS)
+                levels.push_back({path.size(), std::move(key)});
+        }
+        // A key is done when it has no sub-keys left, or one that can't be deleted.
+        while (!levels.empty() && (code != ERROR_SUCCESS || !findSubKey()))
+        {
+            path.resize(levels.back().pathSize);
+            levels.pop_back();
+            code = deleteIt();
+        }
+        if (levels.empty())
+            return code;
+        path.resize(levels.back().pathSize);
+        if (path.empty() || path.back() != L'\\')
+            path += L'\\';
+        path += name;
     }
-    key.Reset();
-    return deleteIt();
 }
 
 LSTATUS GMRegFile::DeleteValueEx(GMString const & fullPath, GMString const & name, REGSAM access)

@@ -1,10 +1,11 @@
 #include "VelmoraCommon/registry/GMRegInstall.h"
 
 #include <algorithm>
-#include <cstring>
+#include <cstddef>
 #include <iterator>
+#include <limits>
 #include <optional>
-#include <stdexcept>
+#include <stack>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
@@ -13,6 +14,7 @@
 #include "VelmoraCommon/registry/GMRegFileWriter.h"
 #include "VelmoraCommon/registry/GMRegParser.h"
 #include "VelmoraCommon/registry/internal/KeyEnumeration.h"
+#include "VelmoraCommon/registry/internal/RecordBytes.h"
 
 namespace Velmora
 {
@@ -118,6 +120,35 @@ GMRegValue ReadValue(GMRegFile & file, GMString const & keyPath, EnumeratedValue
     return value;
 }
 
+/// Appends to \p key what the registry has in one view: its values, and its sub-keys by their paths
+/// alone.
+void ReadPass(GMRegKey & key, View const & view, bool ignoreErrors)
+{
+    GMRegFile file;
+    GMString const keyPath = GMRegFile::CombineKeyPath(key.GetRoot(), key.GetSubPath());
+    std::vector<GMString> subKeyNames;
+    std::vector<GMRegValue> values;
+    auto const list = [&]
+    {
+        return ListKey(
+            file.GetKey(),
+            [&](HKEY opened, KeySizes const & sizes)
+            { return ListSubKeyNames(opened, sizes, subKeyNames); },
+            [&](EnumeratedValue const & found)
+            { values.push_back(ReadValue(file, keyPath, found)); });
+    };
+    if (!file.OpenKey(key.GetRoot(), key.GetSubPath(), view.readAccess, false) ||
+        file.Check(list()) != ERROR_SUCCESS)
+    {
+        if (ignoreErrors)
+            return;
+        throw GMRegException(file.LastError(), false, key.GetRegFullPath(false));
+    }
+    for (GMString const & name : subKeyNames)
+        key.GetSubKeys().emplace_back(key.GetRoot(), GMRegKey::JoinPath(key.GetSubPath(), name));
+    std::move(values.begin(), values.end(), std::back_inserter(key.GetValues()));
+}
+
 /// True if no two names are one for the registry, which doesn't look at case.
 bool NamesDiffer(std::vector<GMRegValue> const & values)
 {
@@ -133,46 +164,56 @@ bool NamesDiffer(std::vector<GMRegValue> const & values)
     return true;
 }
 
-/// What an open key holds for the values that an instruction names, before it is carried out.
-class OldValues
+/// How GenerateAntiReg is to go about it.
+struct RecordOptions
+{
+    bool apply;
+    bool ignoreErrors;
+    GMRegInstallType type;
+};
+
+/// One view of a key that an instruction is for, and what it holds there for the values that the
+/// instruction names.
+class OpenView
 {
 public:
-    /// \p apply: the instruction's sub-keys and values are written between two calls of Get.
-    OldValues(GMRegFile & file, GMRegKey const & key, bool apply)
-        : m_file(file),
+    OpenView(GMRegKey const & key, RecordOptions const & options)
+        : m_key(key),
           m_keyPath(GMRegFile::CombineKeyPath(key.GetRoot(), key.GetSubPath())),
-          m_dataStay(!apply || (key.GetSubKeys().empty() && NamesDiffer(key.GetValues())))
+          m_apply(options.apply),
+          // No write before the last look can hit a value that is still to be looked at.
+          m_dataStay(!options.apply || (key.GetSubKeys().empty() && NamesDiffer(key.GetValues())))
     {
         m_entries.reserve(key.GetValues().size());
         for (GMRegValue const & value : key.GetValues())
             m_entries.try_emplace(value.GetName());
     }
 
-    /// Finds out which values the key has. On failure it counts as empty.
-    LSTATUS Find()
+    /// Opens the key and finds out which values it has; false if it is to be passed over.
+    bool Open(View const & view, bool ignoreErrors)
     {
+        if (!OpenForChange(m_file, m_key, view, false, ignoreErrors))
+            return false;
         LSTATUS const code = ListKey(m_file.GetKey(), &CheckSubKeyNames,
                                      [this](EnumeratedValue const & found) { Note(found); });
-        if (code != ERROR_SUCCESS)
-            m_entries.clear();
-        return code;
+        if (code == ERROR_SUCCESS)
+            return true;
+        if (!ignoreErrors)
+            throw GMRegException(static_cast<unsigned long>(code), false,
+                                 m_key.GetRegFullPath(false));
+        m_entries.clear(); // it counts as empty
+        return true;
     }
 
-    /// The record of a value that Find has seen under exactly this name; for any other, whose removal
-    /// brings the old state back, a value to remove.
-    GMRegValue Get(GMString const & name)
+    /// Adds the records of the values to \p anti, and writes the values if that is wanted.
+    void RecordValues(GMRegKey & anti)
     {
-        GMRegValue old(REG_SZ, name);
-        auto const entry = m_entries.find(name);
-        if (entry == m_entries.end() || !entry->second.exists)
+        for (GMRegValue const & value : m_key.GetValues())
         {
-            old.SetRemoveFlag(true);
-            return old;
+            anti.GetValues().push_back(OldValue(value.GetName()));
+            if (m_apply)
+                ApplyValue(m_file, value);
         }
-        if (entry->second.value)
-            return *entry->second.value;
-        m_file.GetValue(name, &old);
-        return old;
     }
 
 private:
@@ -192,73 +233,129 @@ private:
             entry->second.value = ReadValue(m_file, m_keyPath, found);
     }
 
-    GMRegFile & m_file;
+    /// The record of a value that was found under exactly this name; for any other, whose removal
+    /// brings the old state back, a value to remove.
+    GMRegValue OldValue(GMString const & name)
+    {
+        GMRegValue old(REG_SZ, name);
+        auto const entry = m_entries.find(name);
+        if (entry == m_entries.end() || !entry->second.exists)
+        {
+            old.SetRemoveFlag(true);
+            return old;
+        }
+        if (entry->second.value)
+            return *entry->second.value;
+        m_file.GetValue(name, &old);
+        return old;
+    }
+
+    GMRegFile m_file;
+    GMRegKey const & m_key;
     GMString m_keyPath;
-    bool m_dataStay; // no write before the last Get can hit a value that Get is still to give
+    bool m_apply;
+    bool m_dataStay;
     std::unordered_map<GMString, Entry> m_entries; // by the names in the instruction
 };
 
-/// One pass of GenerateAntiReg for a key that exists; false if it is to be passed over.
-bool RecordPass(GMRegKey const & key, GMRegKey & anti, View const & view, bool apply,
-                bool ignoreErrors, GMRegInstallType type)
+/// Makes the undo record of one key. It stops wherever a sub-key's turn comes, so that whoever uses
+/// it needs no recursion: keys nest deeper than the stack goes.
+class Recorder
 {
-    GMRegFile file;
-    if (!OpenForChange(file, key, view, false, ignoreErrors))
-        return false;
-    OldValues oldValues(file, key, apply);
-    LSTATUS const code = oldValues.Find();
-    if (code != ERROR_SUCCESS && !ignoreErrors)
-        throw GMRegException(static_cast<unsigned long>(code), false, key.GetRegFullPath(false));
-
-    for (GMRegKey const & subKey : key.GetSubKeys())
-        anti.GetSubKeys().push_back(
-            GMRegInstall::GenerateAntiReg(subKey, apply, ignoreErrors, type));
-    for (GMRegValue const & value : key.GetValues())
+public:
+    Recorder(GMRegKey const & key, RecordOptions const & options)
+        : m_key(key),
+          m_options(options),
+          m_anti(key.GetRoot(), key.GetSubPath()),
+          m_passes(options.type),
+          m_view(m_passes.end())
     {
-        anti.GetValues().push_back(oldValues.Get(value.GetName()));
-        if (apply)
-            ApplyValue(file, value);
+        bool exists = false;
+        if (!GMRegFile::IsExist(key.GetRoot(), key.GetSubPath(), exists))
+            m_anti = Placeholder();
+        else if (key.GetRemoveFlag())
+            RecordRemoval(exists);
+        else if (exists)
+            m_view = m_passes.begin();
+        else
+            RecordMaking();
     }
-    return true;
-}
+
+    /// The sub-key whose record is to be added next; null when the record is whole.
+    GMRegKey const * NextSubKey()
+    {
+        for (; m_view != m_passes.end(); ++m_view)
+        {
+            if (!m_open && !StartPass())
+                break;
+            if (m_nextSubKey != m_key.GetSubKeys().size())
+                return &m_key.GetSubKeys()[m_nextSubKey++];
+            m_open->RecordValues(m_anti);
+            m_open.reset();
+        }
+        return nullptr;
+    }
+
+    void Add(GMRegKey && record) { m_anti.GetSubKeys().push_back(std::move(record)); }
+    GMRegKey Take() { return std::move(m_anti); }
+
+private:
+    void RecordRemoval(bool exists)
+    {
+        if (!exists)
+            return;
+        GMRegInstall::UpdateFromSystem(m_anti, m_options.ignoreErrors, m_options.type);
+        if (m_options.apply)
+            GMRegFile::DeleteKey(m_key.GetRoot(), m_key.GetSubPath()); // not with sub-keys
+    }
+
+    void RecordMaking()
+    {
+        m_anti.SetRemoveFlag(true);
+        if (m_options.apply)
+            GMRegInstall::Install(m_key, true, m_options.ignoreErrors, m_options.type);
+    }
+
+    /// False, with a record that changes nothing, if the key is to be passed over.
+    bool StartPass()
+    {
+        m_nextSubKey = 0;
+        if (m_open.emplace(m_key, m_options).Open(*m_view, m_options.ignoreErrors))
+            return true;
+        m_open.reset();
+        m_view = m_passes.end();
+        m_anti = Placeholder();
+        return false;
+    }
+
+    GMRegKey const & m_key;
+    RecordOptions m_options;
+    GMRegKey m_anti;
+    Passes m_passes;
+    View const * m_view;
+    std::optional<OpenView> m_open; // none between two passes
+    std::size_t m_nextSubKey = 0;
+};
 
 // The undo buffer: number of keys and length of the entries behind, 4 bytes each; an entry is the
 // size of a key's record in 4 bytes and the record.
-constexpr unsigned int numberSize = 4;
-constexpr unsigned int headerSize = 2 * numberSize;
-constexpr unsigned __int64 largestBuffer = 0xFFFFFFFF;
-
-unsigned int GetNumber(unsigned char const * from)
-{
-    unsigned int number;
-    std::memcpy(&number, from, numberSize);
-    return number;
-}
-
-void PutNumber(unsigned char * to, unsigned int number) { std::memcpy(to, &number, numberSize); }
-
-/// A size that the 32-bit fields of the buffer can take.
-unsigned int BufferSize(unsigned __int64 size)
-{
-    if (size > largestBuffer)
-        throw std::length_error("The undo records are too long for a buffer");
-    return static_cast<unsigned int>(size);
-}
+using NumberField = unsigned int;
+constexpr unsigned int headerSize = 2 * sizeof(NumberField);
+constexpr unsigned __int64 largestBuffer = std::numeric_limits<NumberField>::max();
 
 void AppendRecord(GMBuffer<unsigned char> & buffer, GMBuffer<unsigned char> const & record)
 {
-    unsigned int const entrySize = BufferSize(record.m_length + 0ull + numberSize);
-    unsigned int const length = BufferSize(buffer.m_length + 0ull + entrySize);
+    unsigned __int64 const entrySize = record.m_length + 0ull + sizeof(NumberField);
+    unsigned int const length = BufferLength(buffer.m_length + entrySize);
     if (length > buffer.m_capacity)
     {
         unsigned __int64 const capacity = buffer.m_capacity;
-        unsigned __int64 const wanted =
-            std::max(capacity + capacity / 2, capacity + 4ull * entrySize);
+        unsigned __int64 const wanted = std::max(capacity + capacity / 2, capacity + 4 * entrySize);
         buffer.Resize(static_cast<unsigned int>(std::min(wanted, largestBuffer)));
     }
-    unsigned char * const entry = buffer.m_data + buffer.m_length;
-    PutNumber(entry, record.m_length);
-    std::copy_n(record.m_data, record.m_length, entry + numberSize);
+    RecordWriter entry(buffer.m_data + buffer.m_length);
+    entry.WriteNumber(record.m_length);
+    std::copy_n(record.m_data, record.m_length, entry.Position());
     buffer.SetLength(length);
 }
 
@@ -342,69 +439,40 @@ void GMRegInstall::Install(GMRegKey const & key, bool recursive, bool ignoreErro
 
 void GMRegInstall::UpdateFromSystem(GMRegKey & key, bool ignoreErrors, GMRegInstallType type)
 {
-    GMString const keyPath = GMRegFile::CombineKeyPath(key.GetRoot(), key.GetSubPath());
-    for (View const & view : Passes(type))
+    // A list instead of a recursion: the registry may nest deeper than the stack goes.
+    std::vector<GMRegKey *> pending = {&key};
+    while (!pending.empty())
     {
-        GMRegFile file;
-        std::vector<GMString> subKeyNames;
-        std::vector<GMRegValue> values;
-        auto const list = [&]
-        {
-            return ListKey(
-                file.GetKey(),
-                [&](HKEY opened, KeySizes const & sizes)
-                { return ListSubKeyNames(opened, sizes, subKeyNames); },
-                [&](EnumeratedValue const & found)
-                { values.push_back(ReadValue(file, keyPath, found)); });
-        };
-        if (!file.OpenKey(key.GetRoot(), key.GetSubPath(), view.readAccess, false) ||
-            file.Check(list()) != ERROR_SUCCESS)
-        {
-            if (ignoreErrors)
-                continue;
-            throw GMRegException(file.LastError(), false, key.GetRegFullPath(false));
-        }
-
-        for (GMString const & name : subKeyNames)
-        {
-            GMRegKey subKey(key.GetRoot(), GMRegKey::JoinPath(key.GetSubPath(), name));
-            UpdateFromSystem(subKey, ignoreErrors, type);
-            key.GetSubKeys().push_back(std::move(subKey));
-        }
-        std::move(values.begin(), values.end(), std::back_inserter(key.GetValues()));
+        GMRegKey & current = *pending.back();
+        pending.pop_back();
+        std::vector<GMRegKey> & subKeys = current.GetSubKeys();
+        std::size_t const old = subKeys.size();
+        for (View const & view : Passes(type))
+            ReadPass(current, view, ignoreErrors);
+        for (std::size_t i = subKeys.size(); i != old; --i) // the first one is the next
+            pending.push_back(&subKeys[i - 1]);
     }
 }
 
 GMRegKey GMRegInstall::GenerateAntiReg(GMRegKey const & key, bool apply, bool ignoreErrors,
                                        GMRegInstallType type)
 {
-    bool exists = false;
-    if (!GMRegFile::IsExist(key.GetRoot(), key.GetSubPath(), exists))
-        return Placeholder();
-
-    GMRegKey anti(key.GetRoot(), key.GetSubPath());
-    if (key.GetRemoveFlag())
+    RecordOptions const options = {apply, ignoreErrors, type};
+    std::stack<Recorder> open; // the keys on the way down
+    open.emplace(key, options);
+    for (;;)
     {
-        if (!exists)
-            return anti;
-        UpdateFromSystem(anti, ignoreErrors, type);
-        if (apply)
-            GMRegFile::DeleteKey(key.GetRoot(), key.GetSubPath()); // stays if it has sub-keys
-        return anti;
+        if (GMRegKey const * const subKey = open.top().NextSubKey())
+        {
+            open.emplace(*subKey, options);
+            continue;
+        }
+        GMRegKey record = open.top().Take();
+        open.pop();
+        if (open.empty())
+            return record;
+        open.top().Add(std::move(record));
     }
-    if (!exists)
-    {
-        anti.SetRemoveFlag(true);
-        if (apply)
-            Install(key, true, ignoreErrors, type);
-        return anti;
-    }
-    for (View const & view : Passes(type))
-    {
-        if (!RecordPass(key, anti, view, apply, ignoreErrors, type))
-            return Placeholder();
-    }
-    return anti;
 }
 
 bool GMRegInstall::Uninstall(GMBuffer<unsigned char> const & buffer)
@@ -423,39 +491,30 @@ void GMRegInstall::SerialRegToBuffer(std::deque<GMRegKey> const & keys,
     if (buffer.m_capacity < headerSize)
         buffer.Resize(headerSize);
     buffer.SetLength(headerSize);
-    PutNumber(buffer.m_data, BufferSize(keys.size()));
-    PutNumber(buffer.m_data + numberSize, 0);
     for (GMRegKey const & key : keys)
         AppendRecord(buffer, key.Serial());
-    PutNumber(buffer.m_data + numberSize, buffer.m_length - headerSize);
+    RecordWriter header(buffer.m_data);
+    header.WriteNumber(BufferLength(keys.size()));
+    header.WriteNumber(buffer.m_length - headerSize);
 }
 
 bool GMRegInstall::DeserialRegFromBuffer(GMBuffer<unsigned char> const & buffer,
                                          std::deque<GMRegKey> & keys)
 {
     keys.clear();
-    if (buffer.m_length < headerSize)
+    RecordReader in(buffer.m_data, buffer.m_length);
+    NumberField keyCount = 0;
+    NumberField payloadSize = 0;
+    if (!in.ReadNumber(keyCount) || !in.ReadNumber(payloadSize) ||
+        (keyCount != 0 && payloadSize > in.Left()))
         return false;
-    unsigned int const keyCount = GetNumber(buffer.m_data);
-    unsigned int const payloadSize = GetNumber(buffer.m_data + numberSize);
-    unsigned char const * entry = buffer.m_data + headerSize;
-    unsigned int left = buffer.m_length - headerSize;
-    if (keyCount != 0 && payloadSize > left)
-        return false;
-
-    for (unsigned int i = 0; i < keyCount; ++i)
+    for (; keyCount != 0; --keyCount)
     {
-        if (left < numberSize)
+        unsigned char const * record = nullptr;
+        NumberField size = 0;
+        if (!in.ReadBytes(record, size))
             return false;
-        unsigned int const keySize = GetNumber(entry);
-        left -= numberSize;
-        if (keySize > left)
-            return false;
-        GMRegKey key;
-        key.Deserial(entry + numberSize, keySize);
-        keys.push_back(std::move(key));
-        entry += numberSize + keySize;
-        left -= keySize;
+        keys.emplace_back().Deserial(record, size);
     }
     return true;
 }
@@ -469,7 +528,7 @@ void GMRegInstall::MergeRegListBuffer(GMBuffer<unsigned char> const & left,
     DeserialRegFromBuffer(right, rightKeys);
     std::move(rightKeys.begin(), rightKeys.end(), std::back_inserter(keys));
 
-    GMBuffer<unsigned char> merged(BufferSize(left.m_length + 0ull + right.m_length));
+    GMBuffer<unsigned char> merged(BufferLength(left.m_length + 0ull + right.m_length));
     std::fill_n(merged.m_data, merged.m_capacity, static_cast<unsigned char>(0));
     SerialRegToBuffer(keys, merged);
     right = std::move(merged);

@@ -10,12 +10,13 @@
 
 #include <gtest/gtest.h>
 
+#include "VelmoraCommon/registry/GMRegFile.h"
 #include "VelmoraCommon/registry/GMRegParser.h"
 #include "tests/registry/RegText.h"
+#include "tests/registry/SmallStack.h"
 #include "tests/support/AllocationMeter.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/GuardBuffer.h"
-#include "tests/support/GuardHeap.h"
 #include "tests/support/ImportHook.h"
 #include "tests/support/LongRun.h"
 #include "tests/support/Mutator.h"
@@ -128,16 +129,6 @@ LSTATUS WINAPI FaultyOpen(HKEY root, LPCWSTR subKey, DWORD options, REGSAM acces
     return hit && (access & g_fault.right) != 0 ? g_fault.code
                                                 : g_open(root, subKey, options, access, key);
 }
-
-unsigned int g_count;
-LSTATUS WINAPI OpenAnything(HKEY, LPCWSTR, DWORD, REGSAM, PHKEY key)
-{
-    *key = HKEY_CURRENT_USER;
-    ++g_count;
-    return ERROR_SUCCESS;
-}
-
-LSTATUS WINAPI CloseNothing(HKEY) { return ERROR_SUCCESS; }
 
 TEST(GMRegInstall, TakesBackWhatTheRecordsHold)
 {
@@ -370,21 +361,38 @@ TEST(GMRegInstall, WritesASingleKey)
     EXPECT_EQ(ContentOf("[~\\B]\n\"x\"=\"1\"\n[~\\B\\C]\n"), store.Content());
 }
 
-TEST(GMRegInstall, TakesTreesDeeperThanTheStack)
+TEST(GMRegInstall, TakesKeysDeeperThanTheStack)
 {
-    unsigned int const levels = IsGuardHeapInstalled() ? 4000 : 40000; // it holds fewer blocks
-    std::deque<GMRegKey> keys(1);
+    Store const store;
+    unsigned int const levels = Rounds(1500, 5000);
+    std::deque<GMRegKey> keys = {GMRegKey(HKEY_CURRENT_USER, store.Path(L"\\k"))};
+    GMRegKey * innermost = &keys[0];
     for (unsigned int i = 1; i < levels; ++i)
+        innermost = &innermost->GetSubKeys().emplace_back(HKEY_CURRENT_USER,
+                                                          innermost->GetSubPath() + L"\\k");
+    innermost->GetValues().emplace_back(L"n", 7u);
+    auto const levelsOf = [](GMRegKey const & top)
     {
-        GMRegKey parent;
-        parent.GetSubKeys().push_back(std::move(keys[0]));
-        keys[0] = std::move(parent);
-    }
-    ImportHook const open("RegOpenKeyExW", &OpenAnything);
-    ImportHook const close("RegCloseKey", &CloseNothing);
-    g_count = 0;
-    EXPECT_TRUE(GMRegInstall::Uninstall(Records(keys)));
-    EXPECT_EQ(levels, g_count);
+        unsigned int count = 1;
+        for (GMRegKey const * key = &top; !key->GetSubKeys().empty(); ++count)
+            key = &key->GetSubKeys()[0];
+        return count;
+    };
+    RunOnSmallStack(
+        [&]
+        {
+            EXPECT_TRUE(GMRegInstall::Uninstall(Records(keys))); // makes them
+            GMRegInstall install;
+            EXPECT_TRUE(install.Install(keys, false));
+            Buffer undo;
+            install.GetUninstallData(undo);
+            EXPECT_EQ(Hex(Content(Records(keys))), Hex(Content(undo)));
+            GMRegKey read(keys[0].GetRoot(), keys[0].GetSubPath());
+            GMRegInstall::UpdateFromSystem(read, false, GMRegInstallDefaultView);
+            EXPECT_EQ(levels, levelsOf(read));
+            EXPECT_EQ(0, GMRegFile::DeleteKeyEx(read.GetRoot(), read.GetSubPath(), 0));
+        });
+    EXPECT_EQ(ContentOf(""), store.Content());
 }
 
 TEST(GMRegInstall, LaysTheUndoBufferOut)

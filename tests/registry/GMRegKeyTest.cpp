@@ -1,7 +1,6 @@
 #include "VelmoraCommon/registry/GMRegKey.h"
 
 #include <algorithm>
-#include <functional>
 #include <stdexcept>
 #include <string>
 #include <tuple>
@@ -11,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/registry/RegModelText.h"
+#include "tests/registry/SmallStack.h"
 #include "tests/support/AllocationMeter.h"
 #include "tests/support/GuardBuffer.h"
 #include "tests/support/LongRun.h"
@@ -66,30 +66,6 @@ Bytes NestedRecord(unsigned int levels, unsigned int subKeys = 1)
         record += path + Number(subKeys) + Number((level - 1) * own + (level - 2) * 4);
     record += path + Number(0);
     return record + Bytes(levels * std::size_t(4), 0); // no values
-}
-
-DWORD WINAPI Run(void * work)
-{
-    (*static_cast<std::function<void()> *>(work))();
-    return 0;
-}
-
-/// Runs \p work with the stack of a small program. Wine ends a thread that runs over its stack
-/// without a word, so the end of the work is looked for.
-void RunOnSmallStack(std::function<void()> const & work)
-{
-    bool finished = false;
-    std::function<void()> noted = [&]
-    {
-        work();
-        finished = true;
-    };
-    HANDLE const thread =
-        CreateThread(nullptr, 1 << 20, &Run, &noted, STACK_SIZE_PARAM_IS_A_RESERVATION, nullptr);
-    ASSERT_NE(nullptr, thread);
-    WaitForSingleObject(thread, INFINITE);
-    CloseHandle(thread);
-    EXPECT_TRUE(finished) << "the stack was too small";
 }
 
 bool Read(GMRegKey & key, Bytes const & record)
