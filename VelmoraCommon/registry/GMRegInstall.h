@@ -27,7 +27,11 @@ enum GMRegInstallType : int
 ///
 /// The key of `HKEY_CURRENT_USER` itself without values stands where no record could be made;
 /// installing it changes nothing. Where both views are one and the same, a record for both views holds
-/// the new values behind the old ones and brings back the new ones: choose one view there.
+/// the new values behind the old ones and brings back the new ones: choose one view there. For both
+/// views a key's sub-keys are gone through in each pass of the key, so work and records double with
+/// every level: 20 levels take a million times the work of one.
+///
+/// Keys may nest to any depth; none of these operations needs more stack for it.
 ///
 /// A copy has records of its own. Use an object from one thread at a time; nothing guards the
 /// registry against others that change the same keys meanwhile.
@@ -39,8 +43,9 @@ public:
     /// Installs \p keys in their order and makes their undo records, in place of those of the run
     /// before. A key that is removed goes if it has no sub-keys. Single values that can't be written
     /// aren't reported.
-    /// \param ignoreErrors passes over keys that can't be opened or listed. Without it, too, those
-    ///     are passed over that the user mustn't open.
+    /// \param ignoreErrors passes over keys that can't be opened. A key that can't be listed counts
+    ///     as empty and *is* changed: its old values are lost, and the undo removes the new ones.
+    ///     Without it, too, those keys are passed over that the user mustn't open.
     /// \return false if a key failed. The records made so far have been installed again, the failing
     ///     key keeps what was changed in it, and GetLastExcption tells which one it was.
     bool Install(std::deque<GMRegKey> const & keys, bool ignoreErrors);
@@ -69,6 +74,8 @@ public:
 
     /// Makes the undo record of \p key.
     /// \param apply installs the key as well; without it nothing changes
+    /// \param ignoreErrors as in the Install of many keys: a key that can't be listed counts as empty,
+    ///     and what it held isn't in the record
     /// \throws GMRegException if a key can't be opened or listed; what was changed until then stays
     static GMRegKey GenerateAntiReg(GMRegKey const & key, bool apply, bool ignoreErrors,
                                     GMRegInstallType type);
@@ -89,7 +96,8 @@ public:
                                   GMBuffer<unsigned char> & buffer);
 
     /// Reads keys from the content of \p buffer in place of \p keys. A record that can't be read whole
-    /// comes as far as it could be read.
+    /// comes as far as it could be read: a value of a type that records can't bring back costs all that
+    /// stands behind it in its record, and nothing tells. GMRegKey::Deserial does.
     /// \return false if there is no header or a record reaches past the content; the keys before it are
     ///     in \p keys
     static bool DeserialRegFromBuffer(GMBuffer<unsigned char> const & buffer,

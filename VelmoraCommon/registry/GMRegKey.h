@@ -76,7 +76,8 @@ public:
 
     /// Moves the whole tree: every sub-key comes to lie below its parent's new path, under the last
     /// component of its old one. A leading `-` marks the whole tree for removal.
-    /// \return false, and moves nothing, if \p fullPath is empty or no root fits
+    /// \return false, and moves nothing, if \p fullPath is empty or no root fits. Unless it is empty
+    ///     the remove flag of this key is set or cleared in any case.
     bool SetFullPath(GMString const & fullPath);
 
     /// \p left and \p right with one backslash between them, unless \p left ends in one. An empty
@@ -104,7 +105,8 @@ public:
     /// a sub-key inside its size, are passed over. A value to remove comes back without data.
     /// \return false if the record reaches past \p size bytes, a path has no known root, or a value is
     ///     of a type or size that GMRegValue::ParseValue refuses. The key then holds what was read
-    ///     before: whole values and whole sub-keys.
+    ///     before: whole values and whole sub-keys. What stands behind is lost; of a sub-key that
+    ///     can't be read that is all of it, and all values of the keys above.
     bool Deserial(unsigned char const * data, unsigned int size);
 
 private:
