@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
+#include <optional>
 
+#include "VelmoraCommon/executable/internal/ImportLimits.h"
 #include "VelmoraCommon/executable/internal/PEFormat.h"
 #include "VelmoraCommon/files/GMFile.h"
 #include "VelmoraCommon/text/GMStringConvert.h"
@@ -37,7 +40,7 @@ public:
                ReadWhole(&m_headers, sizeof(m_headers)) &&
                m_headers.Signature == IMAGE_NT_SIGNATURE &&
                (m_headers.FileHeader.Characteristics & IMAGE_FILE_EXECUTABLE_IMAGE) != 0 &&
-               ReadSections();
+               ReadSections() && SetLimits();
     }
 
     /// Reads the table of the directory number \p index, as far as the file goes.
@@ -69,7 +72,8 @@ public:
     {
         char buffer[nameLimit + 1] = {};
         unsigned int read = 0;
-        if (!Seek(Offset(rva)) || !m_file.Read(buffer, nameLimit, read))
+        if (!m_limits->TakeSearch() || !Seek(Offset(rva)) ||
+            !m_file.Read(buffer, nameLimit, read) || !m_limits->TakeName(std::strlen(buffer)))
             return false;
         names.push_back(GMStringConvert::MultiByteToUnicodeString(buffer, -1, CP_ACP));
         return true;
@@ -82,6 +86,15 @@ private:
         return m_sections.empty() ||
                ReadWhole(m_sections.data(),
                          static_cast<unsigned int>(m_sections.size() * sizeof(SectionHeader)));
+    }
+
+    bool SetLimits()
+    {
+        unsigned __int64 size = 0;
+        if (!m_file.GetSize(size))
+            return false;
+        m_limits.emplace(size, m_headers.FileHeader.NumberOfSections);
+        return true;
     }
 
     /// Where in the file the byte at \p rva lies; 0 if no section holds it.
@@ -112,6 +125,7 @@ private:
     GMFile m_file;
     NtHeaders m_headers;
     std::vector<SectionHeader> m_sections;
+    std::optional<ImportLimits> m_limits; // set once the file is open
 };
 
 void AddImports(PlainImage & image, std::vector<ImportDescriptor> const & table,

@@ -11,7 +11,8 @@ namespace Velmora
 /// The names that one 32-bit executable file imports, by reading no more of it than needed.
 ///
 /// GMPEDepend follows them to their files. Every operation is false for a file that can't be read
-/// or isn't a program or library; a 64-bit file gives no meaningful list. May be used from any
+/// or isn't a program or library; a 64-bit file gives no meaningful list. Of a name 259 units count.
+/// Lists of a file that was made to be slow, or to fill the memory, end early. May be used from any
 /// thread.
 class VELMORA_API GMDependsFinder
 {

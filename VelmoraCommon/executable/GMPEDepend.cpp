@@ -3,12 +3,16 @@
 #include <algorithm>
 #include <climits>
 #include <cstddef>
-#include <cstdio>
+#include <cstring>
+#include <cwchar>
+#include <optional>
 #include <stack>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "VelmoraCommon/executable/GMPEInfo.h"
+#include "VelmoraCommon/executable/internal/ImportLimits.h"
 #include "VelmoraCommon/executable/internal/PEFormat.h"
 #include "VelmoraCommon/files/GMFile.h"
 #include "VelmoraCommon/files/GMFileMapping.h"
@@ -20,7 +24,6 @@
 #include "VelmoraCommon/text/GMStringConvert.h"
 #include "VelmoraCommon/text/GMStringToken.h"
 #include "VelmoraCommon/text/GMStringUtils.h"
-#include "VelmoraCommon/text/internal/Words.h"
 
 namespace Velmora
 {
@@ -31,7 +34,8 @@ namespace
 /// The most characters of a library's name that count.
 constexpr std::size_t nameLimit = 260;
 
-/// An executable file in memory, in which every access stays within the file.
+/// An executable file in memory, in which every access stays within the file. Its size is asked of
+/// the very file that is mapped: that of a path may be the size of a link, or of another file by now.
 class MappedImage
 {
 public:
@@ -48,6 +52,7 @@ public:
     }
 
     GMPEInfo Info() const { return GMPEInfo(m_bytes, m_size); }
+    unsigned int Size() const { return m_size; }
 
     /// Finds \p rva with \p size bytes behind it in the file.
     bool Find(DWORD rva, unsigned int size, unsigned int & offset) const
@@ -68,22 +73,19 @@ public:
         return ReadUnaligned<T>(m_bytes + offset);
     }
 
-    /// The name at \p rva in lower case.
-    bool ReadName(DWORD rva, GMString & name) const
+    /// The name at \p rva; nothing if it can't be read.
+    std::optional<std::string_view> Name(DWORD rva) const
     {
         unsigned int offset;
         if (!Find(rva, 1, offset))
-            return false;
+            return std::nullopt;
         auto const * const text = reinterpret_cast<char const *>(m_bytes) + offset;
         // The file ends in zeros up to the end of its last page, or right there, or it can't be read
         // at all, as on a drive that is gone.
         if (IsBadStringPtrA(text, nameLimit))
-            return false;
-        std::size_t const length =
-            LengthToNul(text, std::min<std::size_t>(nameLimit, m_size - offset));
-        name = GMStringConvert::MultiByteToUnicodeString(text, static_cast<int>(length), CP_ACP);
-        GMStringUtils::MakeLower(name);
-        return true;
+            return std::nullopt;
+        return std::string_view(text,
+                                strnlen(text, std::min<std::size_t>(nameLimit, m_size - offset)));
     }
 
 private:
@@ -93,74 +95,106 @@ private:
     unsigned int m_size; // what lies beyond 4 GiB isn't seen
 };
 
+/// Gathers the names that a file imports.
+class ImportedNames
+{
+public:
+    ImportedNames(MappedImage const & image, unsigned int sections)
+        : m_image(image),
+          m_limits(image.Size(), sections)
+    {
+    }
+
+    /// False if the name can't be read.
+    bool Add(DWORD rva)
+    {
+        if (rva == m_last)
+            return true; // descriptors without end may be all the same
+        if (!m_limits.TakeSearch())
+            return false;
+        auto const text = m_image.Name(rva);
+        if (!text || !m_limits.TakeName(text->size()))
+            return false;
+        GMString name = GMStringConvert::MultiByteToUnicodeString(
+            text->data(), static_cast<int>(text->size()), CP_ACP);
+        GMStringUtils::MakeLower(name);
+        m_names.push_back(std::move(name));
+        m_last = rva;
+        return true;
+    }
+
+    std::vector<GMString> Take() { return std::move(m_names); }
+
+private:
+    MappedImage const & m_image;
+    ImportLimits m_limits;
+    std::vector<GMString> m_names; // in lower case, with repeated ones
+    std::optional<DWORD> m_last;   // where the last of them is
+};
+
 bool IsEnd(ImportDescriptor const & descriptor)
 {
     return descriptor.Characteristics == 0 && descriptor.TimeDateStamp == 0 &&
            descriptor.ForwarderChain == 0 && descriptor.Name == 0 && descriptor.FirstThunk == 0;
 }
 
-void AddImports(MappedImage const & image, unsigned int offset, std::vector<GMString> & names)
+void AddImports(MappedImage const & image, unsigned int offset, ImportedNames & names)
 {
     for (; image.Holds(offset, sizeof(ImportDescriptor)); offset += sizeof(ImportDescriptor))
     {
         auto const descriptor = image.Read<ImportDescriptor>(offset);
-        GMString name;
-        if (IsEnd(descriptor) || !image.ReadName(descriptor.Name, name))
+        if (IsEnd(descriptor) || !names.Add(descriptor.Name))
             return;
-        names.push_back(std::move(name));
     }
 }
 
 void AddDelayImports(MappedImage const & image, unsigned int offset, unsigned int size,
-                     std::vector<GMString> & names)
+                     ImportedNames & names)
 {
     constexpr unsigned int step = sizeof(DelayImportDescriptor);
     for (unsigned int left = size / step; left != 0 && image.Holds(offset, step);
          --left, offset += step)
-    {
-        GMString name;
-        if (image.ReadName(image.Read<DelayImportDescriptor>(offset).DllNameRVA, name))
-            names.push_back(std::move(name));
-    }
+        names.Add(image.Read<DelayImportDescriptor>(offset).DllNameRVA); // or passes over it
 }
 
-/// What \p file imports, in lower case, with repeated names. Without imports the delay imports
-/// aren't looked at.
+/// What \p file imports, in lower case. Without imports the delay imports aren't looked at.
 std::vector<GMString> ImportsOf(GMString const & file)
 {
-    std::vector<GMString> names;
     MappedImage const image(file);
     _IMAGE_NT_HEADERS * headersInFile = nullptr;
     if (!image.Info().IsPEFile() || !image.Info().GetImageNTHeader(headersInFile))
-        return names;
+        return {};
     auto const headers = ReadUnaligned<NtHeaders>(headersInFile);
     auto const & directories = headers.OptionalHeader.DataDirectory;
+    ImportedNames names(image, headers.FileHeader.NumberOfSections);
 
     DWORD const imports = directories[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
     unsigned int offset;
     if (imports == 0 || !image.Find(imports, sizeof(ImportDescriptor), offset))
-        return names;
+        return {};
     AddImports(image, offset, names);
 
     auto const & delayed = directories[IMAGE_DIRECTORY_ENTRY_DELAY_IMPORT];
     if (delayed.VirtualAddress != 0 &&
         image.Find(delayed.VirtualAddress, sizeof(DelayImportDescriptor), offset))
         AddDelayImports(image, offset, delayed.Size, names);
-    return names;
+    return names.Take();
+}
+
+std::vector<GMString> ReadSearchPath()
+{
+    wchar_t variable[] = L"path";
+    std::vector<GMString> directories;
+    GMStringToken::StringToArray(GMEnvironmentVariable::GetEnvironmentVar(variable), L';',
+                                 directories);
+    return directories;
 }
 
 /// The folder in the environment variable "path" that holds \p name, joined with it; empty if none
 /// does.
 GMString FindInSearchPath(GMString const & name)
 {
-    // Read once in the life of the process.
-    static std::vector<GMString> directories;
-    if (directories.empty())
-    {
-        wchar_t variable[] = L"path";
-        GMStringToken::StringToArray(GMEnvironmentVariable::GetEnvironmentVar(variable), L';',
-                                     directories);
-    }
+    static std::vector<GMString> const directories = ReadSearchPath(); // by the first who gets here
     for (GMString const & directory : directories)
     {
         GMString path = GMFileName::JoinFileName(directory, name);
@@ -174,10 +208,16 @@ GMString FindInSearchPath(GMString const & name)
 /// name of another library.
 GMString RuntimeFolder(GMString const & name)
 {
-    int version = 0;
-    if (std::swscanf(name.c_str(), L"msvcr%d.dll", &version) != 1 || version == 0)
-        std::swscanf(name.c_str(), L"msvcp%d.dll", &version);
-    return version == 0 ? GMString() : L"Microsoft.VC" + std::to_wstring(version) + L".CRT";
+    constexpr std::size_t prefixSize = 5;
+    for (wchar_t const * const prefix : {L"msvcr", L"msvcp"})
+    {
+        if (name.compare(0, prefixSize, prefix) != 0)
+            continue;
+        long const version = std::wcstol(name.c_str() + prefixSize, nullptr, 10);
+        if (version != 0)
+            return L"Microsoft.VC" + std::to_wstring(version) + L".CRT";
+    }
+    return GMString();
 }
 
 /// The files that an import walk still has to go through: one level per file on the way down.

@@ -11,10 +11,11 @@ namespace Velmora
 /// The libraries that a 32-bit program needs, its libraries need, and so on, each with the file in
 /// which the program would find it.
 ///
-/// Files are mapped and read, never loaded; imports and delay imports count alike. Nothing tells
-/// why a file couldn't be read: it merely adds no libraries. A 64-bit file gives no meaningful
-/// list. A copy has its own table. Use an object from one thread at a time; the static operations
-/// may be called from any thread once one search is through.
+/// Files are mapped and read, never loaded; imports and delay imports count alike. Of a name 260 units
+/// count. Nothing tells why a file couldn't be read: it merely adds no libraries. A file that was made
+/// to be slow, or to fill the memory, adds a part of them. A 64-bit file gives no meaningful list. A
+/// copy has its own table. Use an object from one thread at a time; the static operations may be
+/// called from any thread.
 class VELMORA_API GMPEDepend
 {
 public:

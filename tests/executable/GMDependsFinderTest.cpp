@@ -1,5 +1,6 @@
 #include "VelmoraCommon/executable/GMDependsFinder.h"
 
+#include <chrono>
 #include <set>
 #include <sstream>
 
@@ -168,6 +169,55 @@ TEST(GMDependsFinder, FindsNothingInFilesFor64Bits)
         EXPECT_TRUE(GMDependsFinder::GetDependLibrarys(path, names));
         EXPECT_TRUE(names.empty());
         EXPECT_TRUE(GMPEDepend().GetDependFiles(path, L"", 1).empty());
+    }
+}
+
+TEST(GMDependsFinder, BoundsWhatHostileImportsCost)
+{
+    constexpr DWORD count = 200'000;
+    constexpr DWORD tableSize = (count + 2) * sizeof(IMAGE_IMPORT_DESCRIPTOR);
+    std::string const names = std::string(255, 'x') + '\0' + "other.dll" + '\0';
+    TemporaryFolder const folder;
+    std::wstring const path = folder.File(L"a.exe");
+    struct Case
+    {
+        char const * what;
+        DWORD places;      // of names
+        WORD moreSections; // in front of the one that counts
+        bool isOtherFound; // the library behind the many
+    };
+    for (Case const & each : {Case{"one name again and again", 1, 0, true},
+                              {"long names", 250, 0, false},
+                              {"many sections", 250, 65'000, false}})
+    {
+        SCOPED_TRACE(each.what);
+        std::string table;
+        for (DWORD i = 0; i <= count; ++i)
+        {
+            IMAGE_IMPORT_DESCRIPTOR descriptor = {};
+            descriptor.Name = sectionRva + tableSize + (i == count ? 256 : i % each.places);
+            descriptor.FirstThunk = 1;
+            table.append(reinterpret_cast<char *>(&descriptor), sizeof(descriptor));
+        }
+        std::string bytes =
+            FileBytes(table + std::string(sizeof(IMAGE_IMPORT_DESCRIPTOR), '\0') + names,
+                      {{IMAGE_DIRECTORY_ENTRY_IMPORT, {sectionRva, tableSize}}});
+        std::size_t const headers = each.moreSections * sizeof(IMAGE_SECTION_HEADER);
+        Place(bytes, ntOffset + 6, static_cast<WORD>(each.moreSections + 1));
+        Place(bytes, sectionsOffset + offsetof(IMAGE_SECTION_HEADER, PointerToRawData),
+              static_cast<DWORD>(sectionOffset + headers));
+        bytes.insert(sectionsOffset, headers, '\0');
+        WriteBytes(path, bytes);
+
+        auto const start = std::chrono::steady_clock::now();
+        AllocationMeter const meter;
+        Names found;
+        EXPECT_TRUE(GMDependsFinder::GetDependLibrarys(path, found));
+        EXPECT_FALSE(found.empty());
+        EXPECT_EQ(each.isOtherFound,
+                  GMPEDepend().GetDependFiles(path, L"", 1).count(L"other.dll") != 0);
+        EXPECT_LE(meter.Peak(), 8 * bytes.size() + (16u << 20));
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
     }
 }
 
