@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <iterator>
 
 #include "VelmoraCommon/executable/internal/IconFormat.h"
@@ -16,9 +17,6 @@ namespace Velmora
 
 namespace
 {
-
-wchar_t const * const groupType = MAKEINTRESOURCEW(14);
-wchar_t const * const imageType = MAKEINTRESOURCEW(3);
 
 /// Stands in the place of an image's number for the choice of the system.
 constexpr unsigned int bestImage = 0xFFFFFFFF;
@@ -149,11 +147,30 @@ GMIconExtract & GMIconExtract::operator=(GMIconExtract const &) = default;
 
 bool GMIconExtract::IsOpen() { return m_module->IsOpen(); }
 
+/// What the callback of an enumeration works on. The system's frames lie between it and the caller,
+/// and no exception may pass them.
+struct GMIconExtract::Enumeration
+{
+    GMIconExtract & extract;
+    std::exception_ptr failure; // null for none
+};
+
 bool GMIconExtract::EnumIconNums()
 {
-    return m_module->HasSoundTables() &&
-           EnumResourceNamesW(m_module->Get(), groupType, &EnumResourceNamesFunc,
-                              reinterpret_cast<LONG_PTR>(this)) != FALSE;
+    if (!m_module->HasSoundTables())
+        return false;
+    Enumeration enumeration = {*this, nullptr};
+    BOOL const enumerated =
+        EnumResourceNamesW(m_module->Get(), RT_GROUP_ICON, &EnumResourceNamesFunc,
+                           reinterpret_cast<LONG_PTR>(&enumeration));
+    if (enumeration.failure)
+    {
+        m_names.clear(); // half of the groups aren't taken for all of them
+        m_numbers.clear();
+        m_firstKind = GroupKind::None;
+        std::rethrow_exception(enumeration.failure);
+    }
+    return enumerated != FALSE;
 }
 
 unsigned int GMIconExtract::GetIconNums()
@@ -178,7 +195,7 @@ HICON GMIconExtract::GetDefultIcon()
 HICON GMIconExtract::GetIcon(wchar_t const * group, int width, int height, unsigned int bitDepth,
                              bool exact)
 {
-    ResourceBytes const bytes = m_module->Find(groupType, group);
+    ResourceBytes const bytes = m_module->Find(RT_GROUP_ICON, group);
     auto const count = ImageCount(bytes);
     if (!count)
         return nullptr;
@@ -189,7 +206,7 @@ HICON GMIconExtract::GetIcon(wchar_t const * group, int width, int height, unsig
     for (unsigned int i = 0; i != *count; ++i)
     {
         WORD const id = ImageId(bytes, i);
-        ResourceBytes const image = m_module->Find(imageType, MAKEINTRESOURCEW(id));
+        ResourceBytes const image = m_module->Find(RT_ICON, MAKEINTRESOURCEW(id));
         auto const info = ReadImageInfo(image);
         if (!info)
             return nullptr;
@@ -210,13 +227,13 @@ HICON GMIconExtract::GetIcon(wchar_t const * group, unsigned int imageId)
 {
     if (imageId == bestImage)
     {
-        ResourceBytes const bytes = m_module->Find(groupType, group);
+        ResourceBytes const bytes = m_module->Find(RT_GROUP_ICON, group);
         if (!ImageCount(bytes))
             return nullptr;
         imageId = static_cast<unsigned int>(
             LookupIconIdFromDirectory(const_cast<unsigned char *>(bytes.data), TRUE));
     }
-    return CreateIcon(m_module->Find(imageType, MAKEINTRESOURCEW(LOWORD(imageId))));
+    return CreateIcon(m_module->Find(RT_ICON, MAKEINTRESOURCEW(LOWORD(imageId))));
 }
 
 bool GMIconExtract::SaveIcon(GMString & path)
@@ -252,7 +269,7 @@ void GMIconExtract::EnumIconNumsOnce()
 /// A copy of \p group, whose images and whose block the caller frees with `free`; null on failure.
 ICON_RESOURCE * GMIconExtract::ReadIcon(wchar_t const * group)
 {
-    ResourceBytes const bytes = m_module->Find(groupType, group);
+    ResourceBytes const bytes = m_module->Find(RT_GROUP_ICON, group);
     auto const count = ImageCount(bytes);
     if (!count || *count == 0)
         return nullptr;
@@ -263,7 +280,7 @@ ICON_RESOURCE * GMIconExtract::ReadIcon(wchar_t const * group)
     std::uint64_t left = copyLimit * m_module->Size();
     for (unsigned int i = 0; i != *count; ++i)
     {
-        ResourceBytes const image = m_module->Find(imageType, MAKEINTRESOURCEW(ImageId(bytes, i)));
+        ResourceBytes const image = m_module->Find(RT_ICON, MAKEINTRESOURCEW(ImageId(bytes, i)));
         if (image.size > left || !CopyImage(image, icon->images[i]))
             return nullptr;
         left -= image.size;
@@ -296,18 +313,31 @@ bool GMIconExtract::SaveFile(ICON_RESOURCE * icon, GMString & path)
     return true;
 }
 
+void GMIconExtract::AddGroup(wchar_t const * group)
+{
+    bool const isNumber = IS_INTRESOURCE(group);
+    if (isNumber)
+        m_numbers.push_back(reinterpret_cast<ULONG_PTR>(group));
+    else
+        m_names.push_back(group);
+    if (m_firstKind == GroupKind::None)
+        m_firstKind = isNumber ? GroupKind::Number : GroupKind::Name;
+}
+
 int __stdcall GMIconExtract::EnumResourceNamesFunc(HINSTANCE, wchar_t const *, wchar_t * name,
                                                    LONG_PTR object)
 {
-    auto * const self = reinterpret_cast<GMIconExtract *>(object);
-    bool const isNumber = IS_INTRESOURCE(name);
-    if (isNumber)
-        self->m_numbers.push_back(reinterpret_cast<ULONG_PTR>(name));
-    else
-        self->m_names.push_back(name);
-    if (self->m_firstKind == GroupKind::None)
-        self->m_firstKind = isNumber ? GroupKind::Number : GroupKind::Name;
-    return TRUE;
+    auto & enumeration = *reinterpret_cast<Enumeration *>(object);
+    try
+    {
+        enumeration.extract.AddGroup(name);
+        return TRUE;
+    }
+    catch (...)
+    {
+        enumeration.failure = std::current_exception();
+        return FALSE;
+    }
 }
 
 } // namespace Velmora

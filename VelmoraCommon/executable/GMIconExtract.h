@@ -45,11 +45,11 @@ struct ICON_RESOURCE
 ///
 /// A group is named by a text, or by a number in a pointer's place (`MAKEINTRESOURCE`).
 ///
-/// Icons that are returned belong to the caller, who gives them back with `DestroyIcon`. They are
-/// made by `CreateIconFromResource`: in the size that the system gives icons, whatever the image's,
-/// and shared, so that the system may keep what they take until the process ends. Ask once for one
-/// that is needed often. An image must be whole, but for its mask; a PNG image must not be wider or
-/// higher than 1,024 pixels.
+/// Icons that are returned are made by `CreateIconFromResource`: in the size that the system gives
+/// icons, whatever the image's, and shared. The system owns them until the process ends, so don't
+/// destroy them, and ask once for one that is needed often. (`CopyIcon` makes one of the caller's
+/// own.) An image must be whole, but for its mask; a PNG image must not be wider or higher than 1,024
+/// pixels.
 class VELMORA_API GMIconExtract
 {
 public:
@@ -64,6 +64,7 @@ public:
 
     /// Appends the groups of the file to the lists of this object, also if they are there already.
     /// The operations below do it by themselves as long as the lists are empty.
+    /// \throws std::bad_alloc if there is no memory for them, as these do; the lists are empty then
     bool EnumIconNums();
 
     /// How many groups there are, with names and with numbers.
@@ -96,6 +97,8 @@ private:
     void EnumIconNumsOnce();
     ICON_RESOURCE * ReadIcon(wchar_t const * group);
     bool SaveFile(ICON_RESOURCE * icon, GMString & path);
+    struct Enumeration;
+    void AddGroup(wchar_t const * group);
     static int __stdcall EnumResourceNamesFunc(HINSTANCE module, wchar_t const * type,
                                                wchar_t * name, LONG_PTR object);
 

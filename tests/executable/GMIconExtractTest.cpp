@@ -40,6 +40,25 @@ HICON WINAPI MakeUnshared(BYTE * bytes, DWORD size, BOOL isIcon, DWORD version)
     return CreateIconFromResourceEx(bytes, size, isIcon, version, 0, 0, LR_DEFAULTSIZE);
 }
 
+void * NoMemory(std::size_t) { return nullptr; }
+
+/// The system, without memory for whom it calls back, and without an idea of exceptions.
+BOOL WINAPI EnumerateWithoutMemory(HMODULE module, LPCWSTR type, ENUMRESNAMEPROCW callback,
+                                   LONG_PTR object)
+{
+    wchar_t name[] = L"a long name";
+    try
+    {
+        ImportHook const hook("malloc", &NoMemory, L"libstdc++-6.dll");
+        return callback(module, type, name, object);
+    }
+    catch (std::bad_alloc const &)
+    {
+        ADD_FAILURE() << "an exception passed the system";
+        return FALSE;
+    }
+}
+
 bool Save(GMIconExtract & extract, std::wstring path) { return extract.SaveIcon(path); }
 
 /// Asks everything of a file of these bytes. \return how many groups it has
@@ -111,6 +130,17 @@ TEST(GMIconExtract, FindsGroupsAndImages)
         EXPECT_FALSE(Save(none, folder.File(L"saved.ico")));
         EXPECT_FALSE(std::filesystem::exists(folder.File(L"saved.ico")));
     }
+}
+
+TEST(GMIconExtract, TellsOfMissingMemoryPastTheSystem)
+{
+    TemporaryFolder const folder;
+    GMIconExtract extract(folder.Write(L"a.exe", IconProgramBytes(Sample())));
+    {
+        ImportHook const hook("EnumResourceNamesW", &EnumerateWithoutMemory);
+        EXPECT_THROW(extract.GetIconNums(), std::bad_alloc);
+    }
+    EXPECT_EQ(3u, extract.GetIconNums());
 }
 
 TEST(GMIconExtract, ChoosesTheImage)

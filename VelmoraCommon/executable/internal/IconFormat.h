@@ -6,8 +6,8 @@
 namespace Velmora
 {
 
-// The formats of icons, little-endian throughout: the file (.ico), and the resource types 14 (group)
-// and 3 (image).
+// The formats of icons, little-endian throughout: the file (.ico), and the resource types
+// `RT_GROUP_ICON` and `RT_ICON` (an image).
 
 /// The start of a file and of a group.
 struct IconHeader

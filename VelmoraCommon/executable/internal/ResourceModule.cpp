@@ -109,7 +109,7 @@ std::optional<MappedBytes> FindDirectory(MappedBytes const & file, bool isDataFi
     return std::nullopt;
 }
 
-/// Walks the tables of the resource types 3 and 14: directories of the types, of the names in a
+/// Walks the tables of `RT_ICON` and `RT_GROUP_ICON`: directories of the types, of the names in a
 /// type and of the languages of a name.
 ///
 /// Tables may overlap or lead back to themselves. A sound file has room for all entries and names
@@ -144,8 +144,9 @@ private:
 
     static bool IsOfIcons(Entry const & type)
     {
-        WORD const number = LOWORD(type.name); // all of the name that some systems look at
-        return number == 3 || number == 14;
+        // The low word is all of the name that some systems look at.
+        wchar_t const * const number = MAKEINTRESOURCEW(LOWORD(type.name));
+        return number == RT_ICON || number == RT_GROUP_ICON;
     }
 
     bool IsSoundDirectory(std::uint64_t offset, Level level)
