@@ -39,8 +39,9 @@ public:
     /// The icon of a file, which the caller gives back with `DestroyIcon`: that of an icon file in
     /// the size \p width x \p height in pixels, or the small one of an executable file, in the
     /// system's size. A name without a folder is searched for, as `SearchPathW` does.
-    /// \return null if there is none, and for a damaged file: one whose images, of an executable
-    ///     file those of its first group, aren't all whole. 16-bit programs have none.
+    /// \return null if there is none, also if the image for the system's small size is damaged, of an
+    ///     executable file that in its first group; what else is damaged doesn't matter. 16-bit
+    ///     programs have none.
     static HICON LoadIconFromFile(wchar_t const * path, int width, int height);
 };
 

@@ -63,7 +63,7 @@ ScopedIcon IconOf(TemporaryFolder const & folder, std::string const & image)
 {
     IconProgram const program = {{image}, {GroupBytes({1})}};
     GMIconExtract extract(folder.Write(L"icon.exe", IconProgramBytes(program)));
-    return ScopedIcon(extract.GetIcon(MAKEINTRESOURCEW(1), 0xFFFFFFFF));
+    return ScopedIcon(CopyIcon(extract.GetIcon(MAKEINTRESOURCEW(1), 0xFFFFFFFF)));
 }
 
 /// A pixel that GDI+ reads from an image file.
@@ -257,6 +257,19 @@ TEST(GMIconConvert, LoadsIconsOfFiles)
     EXPECT_EQ(0, sideOf(folder.File(L"missing.ico")));
     EXPECT_EQ(0, sideOf(folder.Write(L"not.ico", "no icon")));
     EXPECT_EQ(1u, g_callsSeen);
+
+    // The image for the small icon may lead the system out of the file. No other one matters.
+    std::vector<IconFileEntry> images;
+    for (int const side : {16, 32, 64})
+        images.push_back({BYTE(side), BYTE(side), 0, 32, BitmapImage(side, side, 32)});
+    for (std::size_t damaged = 0; damaged != images.size(); ++damaged)
+    {
+        std::string bytes = IconFileBytes(images);
+        Place(bytes, 6 + 16 * damaged + 12, DWORD(0x40000000)); // where the image is
+        EXPECT_EQ(damaged == 0, sideOf(folder.Write(L"b.ico", bytes)) == 0) << damaged;
+    }
+    IconProgram const half = {{BitmapImage(16, 16, 8), ""}, {GroupBytes({1, 2})}};
+    EXPECT_NE(0, sideOf(folder.Write(L"b.exe", IconProgramBytes(half))));
 }
 
 } // namespace Velmora::Testing
