@@ -1,6 +1,7 @@
 #include "VelmoraCommon/registry/GMRegFile.h"
 
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -15,7 +16,6 @@
 #include "tests/support/ImportHook.h"
 #include "tests/support/RegistrySandbox.h"
 #include "tests/support/RegistrySnapshot.h"
-#include "tests/support/TemporaryFolder.h"
 
 namespace Velmora::Testing
 {
@@ -38,7 +38,7 @@ protected:
         return L"HKEY_CURRENT_USER\\" + m_scratch.Path() + below;
     }
 
-    void Store(wchar_t const * name, std::string const & bytes, DWORD type = REG_BINARY)
+    void Store(wchar_t const * name, std::string_view bytes, DWORD type = REG_BINARY)
     {
         RegSetValueExW(m_scratch.Key(), name, 0, type,
                        reinterpret_cast<unsigned char const *>(bytes.data()),
@@ -84,8 +84,6 @@ LSTATUS WINAPI AnswerInfo(HKEY, LPWSTR, LPDWORD, LPDWORD, LPDWORD, LPDWORD, LPDW
 {
     return g_answer;
 }
-
-LSTATUS WINAPI AnswerRestore(HKEY, LPCWSTR, DWORD) { return g_answer; }
 
 LSTATUS WINAPI NoteSet(HKEY, LPCWSTR, DWORD, DWORD type, BYTE const *, DWORD size)
 {
@@ -169,12 +167,10 @@ TEST_F(GMRegFileTest, TellsThePathOfAKey)
 TEST_F(GMRegFileTest, OpensWhatThePathSays)
 {
     EXPECT_TRUE(m_file.OpenKey(L"Software\\Microsoft", KEY_READ, false));
-    EXPECT_FALSE(m_file.OpenKey(L"", KEY_READ, true));
-    EXPECT_EQ(0u, m_file.LastError());
     EXPECT_FALSE(m_file.OpenKey(Full(L"\\missing"), KEY_READ, false));
     EXPECT_EQ(DWORD(ERROR_FILE_NOT_FOUND), m_file.LastError());
     EXPECT_EQ(nullptr, m_file.GetKey());
-    m_file.CloseKey();
+    EXPECT_FALSE(m_file.OpenKey(L"", KEY_READ, true));
     EXPECT_EQ(0u, m_file.LastError());
 }
 
@@ -209,7 +205,6 @@ TEST_F(GMRegFileTest, ReadsNumbersOfAnyTypeThatFit)
     std::string const bytes("\1\2\3\4\5\6\7\x88\x09", 9);
     for (auto const & [size, fits4, expected4, fits8, expected8] :
          {std::tuple(2u, true, 0x0201ul, true, 0x0201ull),
-          std::tuple(4u, true, 0x04030201ul, true, 0x04030201ull),
           std::tuple(8u, false, 0ul, true, 0x8807060504030201ull),
           std::tuple(9u, false, 0ul, false, 0ull)})
     {
@@ -220,25 +215,17 @@ TEST_F(GMRegFileTest, ReadsNumbersOfAnyTypeThatFit)
         EXPECT_EQ(expected4, number4);
         EXPECT_EQ(fits8, m_file.GetValue(L"n", number8));
         EXPECT_EQ(expected8, number8);
-        EXPECT_EQ(fits4 ? expected4 : 9ul, m_file.GetUInt32Value(L"n", 9));
     }
     EXPECT_EQ(DWORD(ERROR_MORE_DATA), m_file.LastError());
-    EXPECT_EQ(9ul, m_file.GetUInt32Value(L"missing", 9));
-    EXPECT_EQ(DWORD(ERROR_FILE_NOT_FOUND), m_file.LastError());
 }
 
 TEST_F(GMRegFileTest, ReadsTextUpToItsNul)
 {
     std::string const units("a\0b\0\0\0c", 7);
-    std::wstring const ab = L"ab";
-    std::wstring const full(512, 0x6161);
     for (auto const & [bytes, fits, expected] : {
-             std::tuple(units.substr(0, 6), true, ab),
-             std::tuple(units.substr(0, 4), true, ab), // without its NUL
-             std::tuple(units, true, ab),
-             std::tuple(units.substr(0, 3), true, ab), // half a unit
-             std::tuple(std::string(), true, std::wstring()),
-             std::tuple(std::string(1024, 'a'), true, full),
+             std::tuple(units, true, std::wstring(L"ab")),
+             std::tuple(units.substr(0, 3), true, std::wstring(L"ab")), // no NUL, half a unit
+             std::tuple(std::string(1024, 'a'), true, std::wstring(512, 0x6161)),
              std::tuple(std::string(1025, 'a'), false, std::wstring()),
          })
     {
@@ -247,7 +234,6 @@ TEST_F(GMRegFileTest, ReadsTextUpToItsNul)
         std::wstring text = keep;
         EXPECT_EQ(fits, m_file.GetValue(L"t", text));
         EXPECT_EQ(expected, text);
-        EXPECT_EQ(fits ? expected : L"default", m_file.GetStringValue(L"t", L"default"));
     }
     EXPECT_EQ(DWORD(ERROR_MORE_DATA), m_file.LastError());
 }
@@ -267,7 +253,9 @@ TEST_F(GMRegFileTest, ReadsWholeValuesOfAnyTypeAndSize)
         EXPECT_EQ(L"v", value.GetName());
         EXPECT_EQ(size, value.GetBinary().m_length);
     }
-    Store(L"v", std::string(4000, 'q'), REG_SZ);
+    // Without terminator the last unit goes. No NUL may follow, or the system stores it, too.
+    std::string const units(4002, 'q');
+    Store(L"v", {units.data(), 4000}, REG_SZ);
     GMRegValue text;
     EXPECT_TRUE(m_file.GetValue(L"v", &text));
     EXPECT_EQ(std::wstring(1999, 0x7171), text.GetString());
@@ -297,15 +285,13 @@ TEST_F(GMRegFileTest, WritesValues)
               Snapshot());
     EXPECT_TRUE(m_file.DeleteValue(L"A"));
     m_file.Check(ERROR_DISK_FULL);
-    EXPECT_TRUE(m_file.DeleteValue(L"A"));
+    EXPECT_TRUE(m_file.DeleteValue(L"A")) << "missing";
     EXPECT_EQ(0u, m_file.LastError());
 
     GMRegFile readOnly;
-    unsigned long read = 0;
     ASSERT_TRUE(readOnly.OpenKey(Full(), KEY_READ, false));
-    EXPECT_FALSE(readOnly.SetValue(L"a", 1ul));
     EXPECT_FALSE(readOnly.DeleteValue(L"c"));
-    EXPECT_TRUE(readOnly.GetValue(L"c", read));
+    EXPECT_EQ(5u, readOnly.GetUInt32Value(L"c", 9));
     EXPECT_EQ(DWORD(ERROR_ACCESS_DENIED), readOnly.LastError()) << "successes leave it alone";
 
     // The system may add the terminator by itself, so what counts is what it is told.
@@ -370,24 +356,8 @@ TEST_F(GMRegFileTest, ListsAsFarAsItCan)
     }
 }
 
-TEST_F(GMRegFileTest, TellsWhetherAKeyExists)
-{
-    bool exists = false;
-    EXPECT_TRUE(GMRegFile::IsExist(HKEY_CURRENT_USER, m_scratch.Path(), exists));
-    EXPECT_TRUE(exists);
-    EXPECT_TRUE(GMRegFile::IsExist(HKEY_CURRENT_USER, m_scratch.Path() + L"\\no", exists));
-    EXPECT_FALSE(exists);
-
-    g_answer = ERROR_ACCESS_DENIED;
-    ImportHook const hook("RegOpenKeyExW", &AnswerOpen);
-    exists = true;
-    EXPECT_FALSE(GMRegFile::IsExist(HKEY_CURRENT_USER, m_scratch.Path(), exists));
-    EXPECT_TRUE(exists);
-}
-
 TEST_F(GMRegFileTest, DeletesTrees)
 {
-    std::string const before = Snapshot();
     for (char const * missing : {"", "RegDeleteKeyExW"})
     {
         SCOPED_TRACE(missing);
@@ -395,15 +365,13 @@ TEST_F(GMRegFileTest, DeletesTrees)
         MakeKey(L"t\\b");
         g_missingExport = missing;
         ImportHook const hook("GetProcAddress", &WithoutExport, g_getProcAddress);
-        EXPECT_EQ(ERROR_ACCESS_DENIED,
-                  GMRegFile::DeleteKey(HKEY_CURRENT_USER, m_scratch.Path() + L"\\t"));
         EXPECT_EQ(0, GMRegFile::DeleteKeyEx(Full(L"\\t"), 0));
-        EXPECT_EQ(before, Snapshot());
-        EXPECT_EQ(ERROR_FILE_NOT_FOUND, GMRegFile::DeleteKeyEx(Full(L"\\t"), 0));
+        EXPECT_EQ("[]\n", Snapshot());
     }
+    EXPECT_EQ(ERROR_FILE_NOT_FOUND, GMRegFile::DeleteKeyEx(Full(L"\\t"), 0));
     EXPECT_EQ(0, GMRegFile::DeleteKeyEx(L"", 0));
 
-    for (wchar_t const * each : {L"t\\a", L"t\\b", L"t\\c"})
+    for (wchar_t const * each : {L"t\\a\\x", L"t\\a\\y", L"t\\b", L"t\\c"})
         MakeKey(each);
     EXPECT_EQ(ERROR_ACCESS_DENIED, GMRegFile::DeleteKeyExHelper(
                                        HKEY_CURRENT_USER, m_scratch.Path() + L"\\t", 0, &KeepB));
@@ -442,38 +410,6 @@ TEST_F(GMRegFileTest, GrantsTheUserFullControl)
         EXPECT_EQ(-1, GMRegFile::ModifyRegAccess(path));
         EXPECT_EQ(name, g_objectName);
     }
-}
-
-void Enable(wchar_t const * privilege)
-{
-    HANDLE token = nullptr;
-    OpenProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES, &token);
-    TOKEN_PRIVILEGES state = {1, {{{}, SE_PRIVILEGE_ENABLED}}};
-    LookupPrivilegeValueW(nullptr, privilege, &state.Privileges[0].Luid);
-    AdjustTokenPrivileges(token, FALSE, &state, 0, nullptr, nullptr);
-    CloseHandle(token);
-}
-
-TEST_F(GMRegFileTest, SavesAndLoadsHives)
-{
-    TemporaryFolder const folder;
-    Store(L"v", "hive");
-    EXPECT_FALSE(m_file.SaveKey(folder.File(L"hive")));
-    EXPECT_EQ(DWORD(ERROR_PRIVILEGE_NOT_HELD), m_file.LastError());
-
-    Enable(SE_BACKUP_NAME);
-    Enable(SE_RESTORE_NAME);
-    ASSERT_TRUE(m_file.SaveKey(folder.File(L"hive"))) << m_file.LastError();
-    EXPECT_FALSE(m_file.LoadKey(HKEY_USERS, L"VelmoraCommonTest", folder.File(L"missing")));
-    ASSERT_TRUE(m_file.LoadKey(HKEY_USERS, L"VelmoraCommonTest", folder.File(L"hive")));
-    EXPECT_EQ(Snapshot(), RegistrySnapshot(HKEY_USERS, L"VelmoraCommonTest"));
-    EXPECT_EQ(ERROR_SUCCESS, RegUnLoadKeyW(HKEY_USERS, L"VelmoraCommonTest"));
-
-    // The system of the tests says yes to this one and does nothing.
-    g_answer = ERROR_BADDB;
-    ImportHook const hook("RegRestoreKeyW", &AnswerRestore);
-    EXPECT_FALSE(m_file.RestoreKey(folder.File(L"hive"), REG_FORCE_RESTORE));
-    EXPECT_EQ(DWORD(ERROR_BADDB), m_file.LastError());
 }
 
 } // namespace

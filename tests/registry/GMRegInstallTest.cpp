@@ -14,12 +14,9 @@
 #include "VelmoraCommon/registry/GMRegParser.h"
 #include "tests/registry/RegText.h"
 #include "tests/registry/SmallStack.h"
-#include "tests/support/AllocationMeter.h"
 #include "tests/support/FailingCall.h"
-#include "tests/support/GuardBuffer.h"
 #include "tests/support/ImportHook.h"
 #include "tests/support/LongRun.h"
-#include "tests/support/Mutator.h"
 #include "tests/support/RegistrySandbox.h"
 #include "tests/support/RegistrySnapshot.h"
 #include "tests/support/TemporaryFolder.h"
@@ -443,44 +440,6 @@ TEST(GMRegInstall, ReadsUndoBuffersAsFarAsTheyGo)
     EXPECT_TRUE(GMRegInstall::DeserialRegFromBuffer(Records(keys), keys));
     EXPECT_EQ(1u, keys.at(0).GetValues().size());
     EXPECT_EQ(1u, keys.at(1).GetValues().size());
-}
-
-TEST(GMRegInstall, SurvivesDamagedUndoBuffers)
-{
-    Store const store("[~\\A]\n\"a\"=\"old\"\n\"b\"=dword:1\n\"c\"=hex(7):61,00,00,00,00,00\n"
-                      "[~\\A\\B]\n\"d\"=hex(b):01\n[~\\A\\B\\C]\n\"e\"=hex:01,02,03\n");
-    Bytes const whole =
-        Content(Records({GMRegInstall::GenerateAntiReg(
-                             store.Trees("[~\\A]\n\"a\"=-\n\"c\"=-\n\"n\"=\"1\"\n[-~\\A\\B]\n")[0],
-                             false, false, GMRegInstallDefaultView),
-                         GMRegInstall::GenerateAntiReg(store.Keys("[~\\N]\n")[0], false, false,
-                                                       GMRegInstallDefaultView)}));
-    GuardBuffer<unsigned char> const page(Bytes(2 * whole.size() + 4096, 0));
-    AllocationMeter meter;
-    auto const read = [&](Bytes const & bytes)
-    {
-        Buffer buffer; // ends where the page ends, and owns nothing
-        buffer.m_length = static_cast<unsigned int>(std::min(bytes.size(), page.Size()));
-        buffer.m_data = page.Data() + (page.Size() - buffer.m_length);
-        std::copy_n(bytes.data(), buffer.m_length, buffer.m_data);
-        std::deque<GMRegKey> keys;
-        meter.Restart();
-        bool const result = GMRegInstall::DeserialRegFromBuffer(buffer, keys);
-        EXPECT_LE(meter.Peak(), 64 * buffer.m_length + (16u << 20));
-        buffer.m_data = nullptr;
-        return result;
-    };
-    for (std::size_t size = 0; size < whole.size(); ++size)
-        ASSERT_FALSE(read(whole.substr(0, size))) << size;
-    ASSERT_TRUE(read(whole));
-
-    Mutator<unsigned char> mutator(45, {whole.substr(8, 40), Bytes(8, 0), whole.substr(0, 8)});
-    unsigned int const rounds = Rounds(100000, 1000000);
-    unsigned int good = 0;
-    for (unsigned int i = 0; i < rounds && !::testing::Test::HasFailure(); ++i)
-        good += read(mutator.Mutate(whole)) ? 1u : 0u;
-    EXPECT_LT(0u, good);
-    EXPECT_GT(rounds, good);
 }
 
 TEST(GMRegInstall, JoinsUndoBuffers)

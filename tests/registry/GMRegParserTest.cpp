@@ -1,23 +1,13 @@
 #include "VelmoraCommon/registry/GMRegParser.h"
 
-#include <algorithm>
-#include <cstddef>
-#include <stdexcept>
 #include <string>
 #include <tuple>
-#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "VelmoraCommon/files/GMFile.h"
-#include "VelmoraCommon/registry/GMRegFileParser.h"
 #include "tests/registry/RegText.h"
-#include "tests/support/AllocationMeter.h"
-#include "tests/support/ChildProcess.h"
-#include "tests/support/GuardBuffer.h"
 #include "tests/support/ImportHook.h"
-#include "tests/support/LongRun.h"
-#include "tests/support/Mutator.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace Velmora::Testing
@@ -170,103 +160,6 @@ TEST(GMRegParser, ReadsWholeFiles)
         EXPECT_FALSE(GMRegParser::ReadFile(path, buffer)) << size;
         EXPECT_EQ(18u, buffer.m_length) << "left alone";
     }
-}
-
-// --- Foreign and damaged texts ---
-
-namespace
-{
-
-/// Loads bytes whose end touches an unreadable page, and checks what comes of it.
-class HostileLoad
-{
-public:
-    void operator()(std::string const & bytes)
-    {
-        ASSERT_LE(bytes.size() + 2, smc_room);
-        m_meter.Restart();
-        std::string const failure = Failure([&] { LoadFromRoom(bytes); });
-        ASSERT_TRUE(failure == "none" || failure == "out_of_range" ||
-                    failure == "Keys list is empty" || failure == noDataFailure ||
-                    failure == "runtime_error: Wrong file format")
-            << failure;
-        ASSERT_LE(m_meter.Peak(), 64 * bytes.size() + (16u << 20)) << Hex(bytes);
-    }
-
-private:
-    static constexpr std::size_t smc_room = 0x10000;
-
-    void LoadFromRoom(std::string const & bytes)
-    {
-        GMBuffer<unsigned char> buffer;
-        buffer.m_data = m_bytes.Data() + smc_room - bytes.size();
-        buffer.m_capacity = static_cast<unsigned int>(bytes.size());
-        buffer.SetLength(buffer.m_capacity);
-        bytes.copy(reinterpret_cast<char *>(buffer.m_data), bytes.size());
-        GMString text;
-        int const version = GMRegParser::GetRegVersion(buffer, text);
-        std::string const failure = Failure([&] { GMRegParser().Load(buffer); });
-        buffer.m_data = nullptr; // lent only
-        buffer.m_capacity = 0;
-        ASSERT_EQ(version == 0, failure == "runtime_error: Wrong file format");
-        if (version == 0)
-            throw std::runtime_error("Wrong file format");
-
-        wchar_t * const source = m_units.Data() + smc_room - text.size() - 1;
-        std::copy_n(text.c_str(), text.size() + 1, source);
-        GMRegParser parser;
-        ASSERT_EQ(failure, Failure([&] { GMRegFileParser(&parser).Parse(source); }));
-    }
-
-    GuardBuffer<unsigned char> m_bytes{std::basic_string<unsigned char>(smc_room, 0)};
-    GuardBuffer<wchar_t> m_units{std::wstring(smc_room, 0)};
-    AllocationMeter m_meter;
-};
-
-wchar_t const sample[] =
-    L"Windows Registry Editor Version 5.00\r\n\r\n"
-    L"[HKEY_LOCAL_MACHINE\\Software\\A]\r\n@=\"text \\\"quoted\\\" C:\\\\dir\\\\\"\r\n"
-    L"\"bytes\"=hex:00,01,02,03,\\\r\n  04,05,ff\r\n\"number\"=dword:0000000A\r\n"
-    L"\"expand\"=hex(2):25,00,41,00,25,00,00,00\r\n\"multi\"=hex(7):41,00,00,00,42,00,\\\r\n"
-    L"  00,00,00,00\r\n\"long\"=hex(b):1,2,3,4,5,6,7,8,9,a,b,c,d,e,f,10,11,12,13,14\r\n"
-    L"\"other\"=hex(4294967296):01\r\n\"gone\"=-\r\n\r\n[-HKCU\\B]\r\n[HKEY_CLASSES_ROOT\\C]\r\n"
-    L"; a = b\r\n\"x=y\"=\"hexagon\\\r\nz\"\r\n";
-
-} // namespace
-
-TEST(GMRegParser, SurvivesDamagedTexts)
-{
-    std::wstring const text = sample;
-    std::string const narrow = "REGEDIT4" + std::string(text.begin() + 36, text.end());
-    std::vector<std::wstring> const words = {L"\r\n",    L"\\\r\n",  L"\\",   L"\"",     L"=",
-                                             L"[",       L"]",       L"hex:", L"dword:", L"hex(",
-                                             L"):",      L",",       L"@=-",  L"[HKCU]", L"hex(b):",
-                                             L"hex(7):", L"hex(2):", L"-",    L"\t"};
-    std::vector<std::basic_string<unsigned char>> narrowWords;
-    for (std::wstring const & word : words)
-        narrowWords.emplace_back(word.begin(), word.end());
-
-    HostileLoad load;
-    Mutator<wchar_t> units(4711, words);
-    Mutator<unsigned char> bytes(4712, narrowWords);
-    for (unsigned int round = Rounds(50'000, 500'000); round != 0 && !HasFatalFailure(); --round)
-    {
-        load(Utf16Bytes(units.Mutate(text)));
-        auto const mutant = bytes.Mutate({narrow.begin(), narrow.end()});
-        load(std::string(mutant.begin(), mutant.end()));
-    }
-}
-
-TEST(GMRegParser, SurvivesEveryPrefixOfARealText)
-{
-    TemporaryFolder const folder;
-    std::wstring const path = folder.File(L"export.reg");
-    RunProgram(L"regedit.exe /E \"" + path + L"\" HKEY_LOCAL_MACHINE\\System");
-    std::string const bytes = ReadBytes(path);
-    std::size_t const longest = std::min<std::size_t>(bytes.size(), Rounds(16'000, 60'000));
-    HostileLoad load;
-    for (std::size_t size = 0; size <= longest && !HasFatalFailure(); ++size)
-        load(bytes.substr(0, size));
 }
 
 } // namespace Velmora::Testing
