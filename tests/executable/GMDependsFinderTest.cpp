@@ -11,8 +11,6 @@
 #include "VelmoraCommon/text/GMStringUtils.h"
 #include "tests/executable/PEBytes.h"
 #include "tests/support/AllocationMeter.h"
-#include "tests/support/LongRun.h"
-#include "tests/support/Mutator.h"
 #include "tests/support/RealFiles.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -32,17 +30,6 @@ std::vector<std::string> Lines(std::string const & text)
     for (std::string line; std::getline(stream, line);)
         lines.push_back(line);
     return lines;
-}
-
-/// Has both readers read a file of these bytes, with bounds on their memory.
-void ReadBoth(std::wstring const & path, std::string const & bytes)
-{
-    WriteBytes(path, bytes);
-    AllocationMeter const meter;
-    Names names;
-    GMDependsFinder::GetDependLibrarys(path, names);
-    GMPEDepend().GetDependFiles(path, L"", 1);
-    EXPECT_LE(meter.Peak(), 64 * bytes.size() + (16u << 20));
 }
 
 } // namespace
@@ -218,38 +205,6 @@ TEST(GMDependsFinder, BoundsWhatHostileImportsCost)
                   GMPEDepend().GetDependFiles(path, L"", 1).count(L"other.dll") != 0);
         EXPECT_LE(meter.Peak(), 8 * bytes.size() + (16u << 20));
         EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
-    }
-}
-
-TEST(GMDependsFinder, SurvivesCutAndDamagedFiles)
-{
-    TemporaryFolder const folder;
-    std::wstring const path = folder.File(L"a.exe");
-    std::vector<std::string> seeds = {ProgramBytes({"a.dll", "b.dll"}, {"c.dll"})};
-    auto const files = RealFiles("32");
-    for (std::size_t i = 0; i < std::min<std::size_t>(files.size(), 3); ++i)
-        seeds.push_back(ReadBytes(files[i]));
-
-    for (std::string const & seed : seeds)
-    {
-        unsigned int const steps = Rounds(250, static_cast<unsigned int>(seed.size()));
-        for (unsigned int i = 0; i < steps; ++i)
-            ReadBoth(path, seed.substr(0, seed.size() * i / steps));
-    }
-    // A part of a file at a time: headers and section table, then what the directories lead to.
-    Mutator<char> mutator(11);
-    Random & random = mutator.Generator();
-    for (unsigned int i = Rounds(1500, 300000); i != 0; --i)
-    {
-        std::string bytes = random.Pick(seeds);
-        bool const hitHeaders = random.OneIn(2);
-        std::size_t const begin = hitHeaders ? 0 : sectionOffset;
-        std::size_t const end = hitHeaders ? sectionOffset : bytes.size();
-        bytes = bytes.substr(0, begin) + mutator.Mutate(bytes.substr(begin, end - begin)) +
-                bytes.substr(end);
-        if (random.OneIn(2)) // so that the mapping ends with the file
-            bytes.resize((bytes.size() + 4095) / 4096 * 4096, 'x');
-        ReadBoth(path, bytes);
     }
 }
 

@@ -1,13 +1,10 @@
 #include "VelmoraCommon/executable/GMFileCertificate.h"
 
-#include <algorithm>
 #include <filesystem>
 
 #include <gtest/gtest.h>
 
-#include "VelmoraCommon/frame/GMSharedLibrary.h"
-#include "tests/support/LongRun.h"
-#include "tests/support/Mutator.h"
+#include "tests/executable/Subjects.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace Velmora::Testing
@@ -18,34 +15,10 @@ namespace
 
 constexpr wchar_t signerName[] = L"\x6D4B\x8BD5\x6E38\x620F\x516C\x53F8";
 
-/// A file that lies beside this program.
-std::wstring Beside(wchar_t const * name)
-{
-    return std::filesystem::path(GMSharedLibrary::GetModuleFullName(nullptr))
-        .replace_filename(name);
-}
-
-std::wstring Subject() { return Beside(L"subject.dll"); }
-std::wstring SignedSubject() { return Beside(L"subject-signed.dll"); }
-
 std::wstring Description(GMFileCertificate & certificate)
 {
     GMString text = L"as it was";
     return certificate.GetProductFileDescription(text) ? text : L"no version";
-}
-
-/// Asks everything about a file of these bytes.
-void AskAll(std::wstring const & path, std::string const & bytes)
-{
-    WriteBytes(path, bytes);
-    GMFileCertificate certificate(path);
-    GMFileCertificate::SignerInfo signer = {L"name", L"serial"};
-    bool const isSigned = certificate.GetFileSigner(signer);
-    EXPECT_TRUE(isSigned || signer.name + signer.serial == L"nameserial");
-    GMString text;
-    certificate.GetProductVersion(text);
-    certificate.GetProductComments(text);
-    certificate.GetProductSpecialBuild(text);
 }
 
 #define VELMORA_SKIP_UNSIGNED()                                                                    \
@@ -133,32 +106,6 @@ TEST(GMFileCertificate, NamesTheSigner)
     EXPECT_EQ(L"01020a", signer.serial);
     EXPECT_EQ(signerName, GMFileCertificate(certificate).GetFileSignerInfo());
     EXPECT_EQ(L"last", Description(certificate));
-}
-
-TEST(GMFileCertificate, SurvivesCutAndDamagedFiles)
-{
-    VELMORA_SKIP_UNSIGNED();
-    TemporaryFolder const folder;
-    std::wstring const path = folder.File(L"subject.dll");
-    std::string const whole = ReadBytes(SignedSubject());
-    std::size_t const signature = ReadBytes(Subject()).size();
-    // From the empty file on, in which Wine once looked for a signature.
-    for (unsigned int i = 0, steps = Rounds(100, static_cast<unsigned int>(whole.size()));
-         i != steps; ++i)
-        AskAll(path, whole.substr(0, whole.size() * i / steps));
-
-    // A part of the file at a time: the signature, and the version resource.
-    std::size_t const version = whole.find(std::string("V\0S\0_\0", 6));
-    ASSERT_NE(std::string::npos, version);
-    Mutator<char> mutator(5);
-    for (unsigned int i = Rounds(400, 100000); i != 0; --i)
-    {
-        bool const hitSignature = i % 2 == 0;
-        std::size_t const begin = hitSignature ? signature : version - 6;
-        std::size_t const end = hitSignature ? whole.size() : std::min(version + 0x700, signature);
-        AskAll(path, whole.substr(0, begin) + mutator.Mutate(whole.substr(begin, end - begin)) +
-                         whole.substr(end));
-    }
 }
 
 } // namespace Velmora::Testing

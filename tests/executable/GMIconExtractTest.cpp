@@ -5,14 +5,10 @@
 
 #include <gtest/gtest.h>
 
-#include "VelmoraCommon/executable/GMIconConvert.h"
-#include "tests/executable/IconBytes.h"
-#include "tests/support/AllocationMeter.h"
+#include "tests/executable/IconProgramQuestions.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/HostShell.h"
 #include "tests/support/ImportHook.h"
-#include "tests/support/LongRun.h"
-#include "tests/support/Mutator.h"
 #include "tests/support/RealFiles.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -34,12 +30,6 @@ HICON WINAPI NoteChoice(BYTE * bytes, DWORD size, BOOL isIcon, DWORD version)
     return reinterpret_cast<HICON>(1);
 }
 
-/// Icons that are made without a size are shared, and the system keeps what they take.
-HICON WINAPI MakeUnshared(BYTE * bytes, DWORD size, BOOL isIcon, DWORD version)
-{
-    return CreateIconFromResourceEx(bytes, size, isIcon, version, 0, 0, LR_DEFAULTSIZE);
-}
-
 void * NoMemory(std::size_t) { return nullptr; }
 
 /// The system, without memory for whom it calls back, and without an idea of exceptions.
@@ -59,45 +49,12 @@ BOOL WINAPI EnumerateWithoutMemory(HMODULE module, LPCWSTR type, ENUMRESNAMEPROC
     }
 }
 
-bool Save(GMIconExtract & extract, std::wstring path) { return extract.SaveIcon(path); }
-
-/// Asks everything of a file of these bytes. \return how many groups it has
-std::size_t AskAll(TemporaryFolder const & folder, std::string const & bytes)
-{
-    ImportHook const hook("CreateIconFromResource", &MakeUnshared);
-    AllocationMeter const meter;
-    std::wstring const path = folder.Write(L"damaged.exe", bytes);
-    DestroyIcon(GMIconConvert::LoadIconFromFile(path.c_str(), 32, 32));
-    GMIconExtract extract(path);
-    std::size_t const saved =
-        Save(extract, folder.File(L"saved.ico")) ? ReadBytes(folder.File(L"saved.ico")).size() : 0;
-    Numbers numbers;
-    auto const names = extract.GetIconIDs(numbers);
-    for (std::size_t i = 0; i != std::min<std::size_t>(names.size() + numbers.size(), 8); ++i)
-    {
-        wchar_t const * const group =
-            i < names.size() ? names[i].c_str() : MAKEINTRESOURCEW(numbers[i - names.size()]);
-        DestroyIcon(extract.GetIcon(group, 32, 32, 8, true));
-        DestroyIcon(extract.GetIcon(group, 48, 48, 32, false));
-        DestroyIcon(extract.GetIcon(group, 0xFFFFFFFF));
-    }
-    EXPECT_LE(saved + meter.Peak(), 64 * bytes.size() + (16u << 20));
-    return names.size() + numbers.size();
-}
-
-IconProgram Sample()
-{
-    return {{BitmapImage(16, 16, 4), BitmapImage(32, 32, 8), PngStart(48, 48)},
-            {GroupBytes({1, 2, 3}), GroupBytes({2, 1}), GroupBytes({3})},
-            L"NAME"};
-}
-
 } // namespace
 
 TEST(GMIconExtract, FindsGroupsAndImages)
 {
     TemporaryFolder const folder;
-    IconProgram const program = Sample();
+    IconProgram const program = SampleIcons();
     GMIconExtract extract(folder.Write(L"a.exe", IconProgramBytes(program)));
     EXPECT_TRUE(extract.IsOpen());
     EXPECT_EQ(3u, extract.GetIconNums());
@@ -135,7 +92,7 @@ TEST(GMIconExtract, FindsGroupsAndImages)
 TEST(GMIconExtract, TellsOfMissingMemoryPastTheSystem)
 {
     TemporaryFolder const folder;
-    GMIconExtract extract(folder.Write(L"a.exe", IconProgramBytes(Sample())));
+    GMIconExtract extract(folder.Write(L"a.exe", IconProgramBytes(SampleIcons())));
     {
         ImportHook const hook("EnumResourceNamesW", &EnumerateWithoutMemory);
         EXPECT_THROW(extract.GetIconNums(), std::bad_alloc);
@@ -306,7 +263,7 @@ TEST(GMIconExtract, SavesWhatAnotherToolTakesOut)
 TEST(GMIconExtract, SharesTheModuleWithCopies)
 {
     TemporaryFolder const folder;
-    std::wstring const path = folder.Write(L"a.exe", IconProgramBytes(Sample()));
+    std::wstring const path = folder.Write(L"a.exe", IconProgramBytes(SampleIcons()));
     FailingCall<1, decltype(&FreeLibrary)> const releases("FreeLibrary", FALSE);
     FailureScope const scope(~0u); // counts
     GMIconExtract other(folder.File(L"missing.exe"));
@@ -325,8 +282,8 @@ TEST(GMIconExtract, KeepsToTheFileInDamagedOnes)
 {
     TemporaryFolder const folder;
     std::size_t tables = 0;
-    std::string const sound = IconProgramBytes(Sample(), &tables);
-    std::size_t const groups = Sample().GroupTable();
+    std::string const sound = IconProgramBytes(SampleIcons(), &tables);
+    std::size_t const groups = SampleIcons().GroupTable();
     struct Table
     {
         char const * what;
@@ -349,7 +306,7 @@ TEST(GMIconExtract, KeepsToTheFileInDamagedOnes)
         SCOPED_TRACE(each.what);
         std::string bytes = sound;
         Place(bytes, tables + each.at, each.value);
-        EXPECT_EQ(each.groups, AskAll(folder, bytes));
+        EXPECT_EQ(each.groups, AskProgramOf(folder, bytes));
     }
 
     std::string const image = BitmapImage(32, 32, 32);
@@ -363,7 +320,7 @@ TEST(GMIconExtract, KeepsToTheFileInDamagedOnes)
     };
     for (auto const & [program, isReadable] : programs)
     {
-        EXPECT_EQ(1u, AskAll(folder, IconProgramBytes(program)));
+        EXPECT_EQ(1u, AskProgramOf(folder, IconProgramBytes(program)));
         GMIconExtract extract(folder.File(L"damaged.exe"));
         EXPECT_EQ(isReadable, Save(extract, folder.File(L"saved.ico")));
     }
@@ -372,50 +329,10 @@ TEST(GMIconExtract, KeepsToTheFileInDamagedOnes)
     IconProgram const many = {
         {image}, std::vector<std::string>(200, GroupBytes({1})), std::wstring(3000, L'N')};
     std::string bytes = IconProgramBytes(many, &tables);
-    EXPECT_EQ(200u, AskAll(folder, bytes));
+    EXPECT_EQ(200u, AskProgramOf(folder, bytes));
     for (std::size_t first = tables + many.GroupTable() + 16, i = 1; i != 200; ++i)
         bytes.replace(first + 8 * i, 4, bytes, first, 4);
-    EXPECT_EQ(0u, AskAll(folder, bytes));
-}
-
-TEST(GMIconExtract, SurvivesCutAndMutatedFiles)
-{
-    TemporaryFolder const folder;
-    std::size_t tables = 0;
-    std::string const whole = IconProgramBytes(Sample(), &tables);
-    for (std::size_t size = tables; size != whole.size(); ++size)
-        AskAll(folder, AlignEnd(whole.substr(0, size)));
-    std::size_t const data = whole.find(Sample().images[0]);
-    Mutator<char> mutator(11);
-    for (unsigned int i = Rounds(400, 100000); i != 0; --i)
-    {
-        // The headers, the images and groups, or the tables.
-        std::size_t const part = mutator.Generator().Below(8);
-        std::size_t const begin = part == 0 ? 0 : part < 3 ? data : tables;
-        std::size_t const size = part == 0 ? sectionOffset : whole.size() - begin;
-        AskAll(folder, AlignEnd(whole.substr(0, begin) + mutator.Mutate(whole.substr(begin, size)) +
-                                whole.substr(begin + size)));
-    }
-    for (char const * const kind : {"32", "64"})
-    {
-        auto const files = RealFiles(kind);
-        VELMORA_SKIP_WITHOUT(files);
-        unsigned int used = 0;
-        for (std::size_t i = 0; i != files.size() && used != 2; ++i)
-        {
-            if (GMIconExtract(files[i]).GetIconNums() == 0)
-                continue;
-            ++used;
-            std::string const real = ReadBytes(files[i]);
-            for (unsigned int n = 0, steps = Rounds(25, 10000); n != steps; ++n)
-            {
-                std::string const cut = real.substr(0, real.size() * n / steps);
-                AskAll(folder, cut);
-                AskAll(folder, cut.substr(0, cut.size() / 4096 * 4096));
-            }
-        }
-        EXPECT_EQ(2u, used);
-    }
+    EXPECT_EQ(0u, AskProgramOf(folder, bytes));
 }
 
 } // namespace Velmora::Testing

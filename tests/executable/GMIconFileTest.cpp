@@ -2,10 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "VelmoraCommon/executable/GMIconConvert.h"
 #include "tests/executable/IconBytes.h"
-#include "tests/support/LongRun.h"
-#include "tests/support/Mutator.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace Velmora::Testing
@@ -87,28 +84,6 @@ TEST(GMIconFile, ReadsImagesWithinTheFile)
     EXPECT_FALSE(icon.QuerySize(16, 16));
     EXPECT_TRUE(other.QuerySize(16, 16)); // has kept the directory
     EXPECT_EQ("none", Read(other, 16));
-}
-
-TEST(GMIconFile, SurvivesCutAndMutatedFiles)
-{
-    TemporaryFolder const folder;
-    auto const isValid = [&](std::string const & bytes)
-    {
-        std::wstring const path = folder.Write(L"a.ico", bytes);
-        GMIconFile icon(path);
-        for (int const side : {0, 16, 32, 256})
-            EXPECT_LE(Read(icon, side).size(), std::max<std::size_t>(bytes.size(), 4));
-        DestroyIcon(GMIconConvert::LoadIconFromFile(path.c_str(), 32, 32));
-        return icon.IsValidIco();
-    };
-    std::string const whole = IconFileBytes({{16, 16, 16, 4, BitmapImage(16, 16, 4)},
-                                             {32, 32, 0, 8, BitmapImage(32, 32, 8)},
-                                             {0, 0, 0, 32, PngStart(0, 0)}});
-    for (std::size_t size = 0; size < whole.size(); size += size < 100 || IsLongRun() ? 1 : 17)
-        EXPECT_EQ(size >= 6 + 3 * 16, isValid(whole.substr(0, size))) << size;
-    Mutator<char> mutator(3);
-    for (unsigned int i = Rounds(300, 100000); i != 0; --i)
-        isValid(mutator.Mutate(whole));
 }
 
 } // namespace Velmora::Testing

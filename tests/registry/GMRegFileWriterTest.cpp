@@ -8,7 +8,6 @@
 #include "VelmoraCommon/registry/GMRegParser.h"
 #include "tests/registry/RegText.h"
 #include "tests/support/FailingCall.h"
-#include "tests/support/LongRun.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace Velmora::Testing
@@ -154,16 +153,6 @@ TEST(GMRegFileWriter, ThrowsWhatFails)
         writer.WriteRegKey(Tree());
     }
     EXPECT_EQ(std::string("REGEDIT4\n") + treeText, ReadBytes(path)) << "goes on after a failure";
-}
-
-TEST(GMRegFileWriter, NeedsNoStackForDepth)
-{
-    GMRegKey tree(L"HKCU\\A");
-    GMRegKey * deepest = &tree;
-    unsigned int const depth = Rounds(40'000, 40'000);
-    for (unsigned int i = 0; i < depth; ++i)
-        deepest = &deepest->GetSubKeys().emplace_back(HKEY_CURRENT_USER, L"A");
-    EXPECT_EQ((depth + 1) * sizeof("[HKEY_CURRENT_USER\\A]\n"), Written(tree).size());
 }
 
 } // namespace Velmora::Testing

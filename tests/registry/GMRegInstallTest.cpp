@@ -207,7 +207,7 @@ TEST(GMRegInstall, RecordsWithoutApplying)
     }
 }
 
-TEST(GMRegInstall, RollsBackFromAnyKey)
+TEST(GMRegInstall, RollsBackFromTheFailingKey)
 {
     // Whether the keys are there before, what is asked for and answered, errors ignored, success.
     std::tuple<char const *, bool, REGSAM, LSTATUS, bool, bool> const cases[] = {
@@ -220,42 +220,36 @@ TEST(GMRegInstall, RollsBackFromAnyKey)
     };
     for (auto const & [what, exist, right, code, ignoreErrors, installed] : cases)
     {
-        for (int failing = 0; failing < 5; ++failing)
+        SCOPED_TRACE(what);
+        // Before, instruction, what comes of it when the key is passed over.
+        std::string lines[3];
+        for (char const * const name : {"K1", "K2", "K3"})
         {
-            SCOPED_TRACE(what + std::string(" at key ") + std::to_string(failing));
-            // Before, instruction, what comes of it when the key is passed over.
-            std::string lines[3];
-            for (int i = 0; i < 5; ++i)
-            {
-                std::string const key = "[~\\K" + std::to_string(i) + "]\n";
-                std::string const before = exist ? key + "\"x\"=\"old\"\n" : "";
-                std::string const change = key + "\"x\"=\"new\"\n\"y\"=dword:1\n";
-                lines[0] += before;
-                lines[1] += change;
-                lines[2] += i == failing ? before : change;
-            }
-            Store const store(lines[0]);
-            std::string const before = store.Content();
-            std::wstring const name = L"\\K" + std::to_wstring(failing);
-            GMRegInstall install;
-            {
-                g_fault = {name, right, code, {}};
-                ImportHook const hook("RegOpenKeyExW", &FaultyOpen, g_open);
-                EXPECT_EQ(installed, install.Install(store.Keys(lines[1]), ignoreErrors));
-            }
-            EXPECT_EQ(installed ? ContentOf(lines[2]) : before, store.Content());
-            GMRegException const failure = install.GetLastExcption();
-            EXPECT_EQ(installed ? 0 : otherCode, LSTATUS(failure.m_lastError));
-            EXPECT_EQ(!installed, failure.m_writing);
-            EXPECT_EQ(installed ? L"" : L"HKEY_CURRENT_USER\\" + store.Path(name),
-                      failure.m_keyPath);
-
-            Buffer buffer;
-            install.GetUninstallData(buffer);
-            EXPECT_EQ(installed ? 5 : failing, buffer.m_data[0]) << "number of records";
-            EXPECT_TRUE(GMRegInstall::Uninstall(buffer));
-            EXPECT_EQ(before, store.Content());
+            std::string const key = "[~\\" + std::string(name) + "]\n";
+            std::string const old = exist ? key + "\"x\"=\"old\"\n" : "";
+            lines[0] += old;
+            lines[1] += key + "\"x\"=\"new\"\n\"y\"=dword:1\n";
+            lines[2] += name[1] == '2' ? old : key + "\"x\"=\"new\"\n\"y\"=dword:1\n";
         }
+        Store const store(lines[0]);
+        std::string const before = store.Content();
+        GMRegInstall install;
+        {
+            g_fault = {L"\\K2", right, code, {}};
+            ImportHook const hook("RegOpenKeyExW", &FaultyOpen, g_open);
+            EXPECT_EQ(installed, install.Install(store.Keys(lines[1]), ignoreErrors));
+        }
+        EXPECT_EQ(installed ? ContentOf(lines[2]) : before, store.Content());
+        GMRegException const failure = install.GetLastExcption();
+        EXPECT_EQ(installed ? 0 : otherCode, LSTATUS(failure.m_lastError));
+        EXPECT_EQ(!installed, failure.m_writing);
+        EXPECT_EQ(installed ? L"" : L"HKEY_CURRENT_USER\\" + store.Path(L"\\K2"),
+                  failure.m_keyPath);
+        Buffer buffer;
+        install.GetUninstallData(buffer);
+        EXPECT_EQ(installed ? 3 : 1, buffer.m_data[0]) << "number of records";
+        EXPECT_TRUE(GMRegInstall::Uninstall(buffer));
+        EXPECT_EQ(before, store.Content());
     }
 }
 
@@ -276,32 +270,23 @@ TEST(GMRegInstall, ReportsKeysThatDontList)
 {
     Store const store("[~\\A]\n\"x\"=\"0\"\n[~\\A\\B]\n\"y\"=\"0\"\n");
     std::string const before = store.Content();
-    std::deque<GMRegKey> const keys = store.Keys("[~\\A]\n\"x\"=\"1\"\n[-~\\A]\n");
     FailingCall<0, decltype(&RegQueryInfoKeyW)> const hook("RegQueryInfoKeyW", otherCode);
-    for (GMRegKey const & key : keys)
+    for (GMRegKey const & key : store.Keys("[~\\A]\n\"x\"=\"1\"\n[-~\\A]\n"))
     {
         FailureScope const scope(1);
-        try
-        {
-            GMRegInstall::GenerateAntiReg(key, true, false, GMRegInstallDefaultView);
-            ADD_FAILURE() << "no exception";
-        }
-        catch (GMRegException const & failure)
-        {
-            EXPECT_EQ(otherCode, LSTATUS(failure.m_lastError));
-            EXPECT_FALSE(failure.m_writing);
-            EXPECT_EQ(L"HKEY_CURRENT_USER\\" + store.Path(L"\\A"), failure.m_keyPath);
-            EXPECT_STREQ("Operate registry failed", failure.what());
-        }
+        GMRegInstall install;
+        EXPECT_FALSE(install.Install({key}, false));
+        GMRegException const failure = install.GetLastExcption();
+        EXPECT_EQ(otherCode, LSTATUS(failure.m_lastError));
+        EXPECT_FALSE(failure.m_writing);
+        EXPECT_EQ(L"HKEY_CURRENT_USER\\" + store.Path(L"\\A"), failure.m_keyPath);
         EXPECT_EQ(before, store.Content());
     }
 
     // What is ignored counts as empty: the value as missing, the key as one without sub-keys.
-    auto const record = [&]
-    {
-        FailureScope const scope(1);
-        return GMRegInstall::GenerateAntiReg(keys[0], false, true, GMRegInstallDefaultView);
-    }();
+    FailureScope const first(1);
+    GMRegKey const record = GMRegInstall::GenerateAntiReg(store.Keys("[~\\A]\n\"x\"=\"1\"\n")[0],
+                                                          false, true, GMRegInstallDefaultView);
     EXPECT_TRUE(record.GetValues().at(0).GetRemoveFlag());
     FailureScope const scope(2);
     GMRegKey tree(HKEY_CURRENT_USER, store.Path());
@@ -416,12 +401,9 @@ TEST(GMRegInstall, ReadsUndoBuffersAsFarAsTheyGo)
     Bytes const two = {2, 0, 0, 0};
     Bytes const most(4, 0xFF);
     std::tuple<char const *, Bytes, bool, std::size_t> const cases[] = {
-        {"half a header", none + Bytes(3, 0), false, 0},
         {"no keys, whatever the payload", none + most, true, 0},
-        {"payload behind the end", one + most + entry, false, 0},
         {"payload not given", one + none + entry, true, 1},
         {"key missing", two + none + entry, false, 1},
-        {"size cut", two + none + entry + Bytes(3, 0), false, 1},
         {"countless keys", most + none + entry, false, 1},
         {"key behind the end", one + none + most + entry, false, 0},
         {"key of no bytes", one + none + none, true, 1},
@@ -447,12 +429,10 @@ TEST(GMRegInstall, JoinsUndoBuffers)
     Buffer const none;
     Buffer const a = Records({GMRegKey(L"HKLM\\A")});
     Buffer const bc = Records({GMRegKey(L"-HKLM\\B"), GMRegKey(L"HKLM\\C")});
-    Buffer const cut = BufferOf(Content(bc).substr(0, 100)); // gives nothing
     Bytes const A = Content(a).substr(8);
     Bytes const BC = Content(bc).substr(8);
     for (auto const & [left, right, joined] :
-         {std::tuple(a, bc, A + BC), std::tuple(none, bc, BC), std::tuple(a, none, A),
-          std::tuple(none, none, Bytes()), std::tuple(cut, a, A)})
+         {std::tuple(a, bc, A + BC), std::tuple(none, bc, BC), std::tuple(a, none, A)})
     {
         Buffer merged = right;
         GMRegInstall::MergeRegListBuffer(left, merged);
@@ -495,18 +475,12 @@ TEST(GMRegInstall, InstallsARealExportAsTheSystemsToolDoes)
 {
     std::wstring const real =
         L"HKEY_LOCAL_MACHINE\\Software\\Microsoft\\Windows NT\\CurrentVersion";
-    // Beside the real tree what it may lack.
-    std::wstring const made =
-        L"[~\\made]\r\n@=\"default\"\r\n\"0\"=hex(0):01\r\n\"8\"=hex(8):01,02\r\n"
-        L"\"2\"=hex(2):25,00,41,00,00,00\r\n"
-        L"\"b\"=hex(b):01,02,03,04,05,06,07,08\r\n\"c\"=hex:01,02,\\\r\n  03\r\n"
-        L"\"7\"=hex(7):61,00,00,00,62,00,00,00,00,00\r\n";
     TemporaryFolder const folder;
     ASSERT_EQ(0, RunTool(L"reg export \"" + real + L"\" \"" + folder.File(L"real.reg") + L"\""));
     std::string const bytes = ReadBytes(folder.File(L"real.reg"));
     std::wstring exported(bytes.size() / 2, L'\0');
     bytes.copy(reinterpret_cast<char *>(exported.data()), bytes.size());
-    exported = Replaced<std::wstring>(exported.substr(1) + made, L"[" + real, L"[~");
+    exported = Replaced<std::wstring>(exported.substr(1), L"[" + real, L"[~");
     auto const at = [&](Store const & store)
     {
         return Utf16Bytes(
@@ -521,17 +495,13 @@ TEST(GMRegInstall, InstallsARealExportAsTheSystemsToolDoes)
     parser.Load(ToBuffer(at(ours)));
     ASSERT_TRUE(GMRegInstall().Install(parser.GetRegList(), false));
 
+    // The terminator in hex(2) becomes part of our text.
     std::istringstream lines(theirs.Content());
     std::string expected;
-    std::size_t count = 0;
-    for (std::string line; std::getline(lines, line); ++count)
-    {
-        // The terminator in hex(2) becomes part of our text.
-        bool const expands = line.find("\" type 2: ") != line.npos;
-        expected += line + (expands ? " 00 00\n" : "\n");
-    }
+    for (std::string line; std::getline(lines, line);)
+        expected += line + (line.find("\" type 2: ") != line.npos ? " 00 00\n" : "\n");
     EXPECT_EQ(expected, ours.Content());
-    EXPECT_LT(2000u, count);
+    EXPECT_LT(100'000u, expected.size());
 }
 
 } // namespace

@@ -80,20 +80,15 @@ TEST(GMRegValue, ReadsDataText)
         {LR"("a\\"b")", R"(type 1 text <a"b>)"},
         {LR"("a\\\"b")", R"(type 1 text <a\"b>)"},
         {LR"("a)", R"(type 1 text <"a>)"},
-        {LR"(")", "type 1"},
         {LR"("\)", R"(type 1 text <"\>)"},
         {LR"("\")", R"(type 1 text <\>)"},
         {L"dword:0x123456789", "type 4 dword 12345678"},
-        {L"dword:123456789", "type 4 dword 12345678"},
-        {L"dword:", "type 4"},
         {L"dword:0000 000A", "type 4"},
         {L"hex:", "type 3"},
-        {L"hex:01,,02,", "type 3 bytes 01 00 02"},
         {L"hex:1ff, 0x0xA,0X7 f,g1,1\t2,0123456789", "type 3 bytes ff 00 7f 00 01 67"},
         {L"hex:01,\\\r\n  02,0\\\r\n3,0\r4,\n05,\\", "type 3 bytes 01 02 03 04 05 00"},
         {L"hex:01,\\\r 02,\\", "type 3 bytes 01 00 00"},
         {L"hex(b):1ff,02", "type 11 qword 3ff"},
-        {L"hex(b):ff,ff,ff,ff,ff,ff,ff,ff,01", "type 11 qword ffffffffffffffff"},
         {L"hex(b):" + Repeat(L"01,", 20), "type 11 qword 101010101010101"},
         {L"hex(b):" + Repeat(L"ffffffff,", 8), "type 11 qword fffffffffefefeff"},
         {L"hex(2):41,00,00,00", "type 2 text <A{0}>"},
@@ -102,9 +97,7 @@ TEST(GMRegValue, ReadsDataText)
         {L"hex(7):41,00", "type 7 text <A>"},
         {L"hex(4):01,00,00,00", "type 4 bytes 01 00 00 00"},
         {L"hex(1):41,00", "type 1 bytes 41 00"},
-        {L"hex(10):07", "type 10 bytes 07"},
         {L"hex(a):07", "type 0 bytes 07"},
-        {L"hex(2) :07", "type 2 bytes 07"},
         {L"hex(1\\\r\n 0 )x:07,\\\r\n08", "type 10 bytes 07 08"},
         {L"hex(4294967298):07", "type 2 bytes 07"},
         {L"hex(3)01", "type 3"},
@@ -197,13 +190,10 @@ TEST(GMRegValue, WritesEachForm)
         EXPECT_EQ(display != nullptr, value.SaveValueToString(text));
         EXPECT_EQ(display != nullptr ? display : L"", text);
 
-        for (unsigned int const capacity : {0u, 64u})
-        {
-            GMBuffer<unsigned char> buffer(capacity);
-            EXPECT_TRUE(value.ValueSerial(buffer));
-            EXPECT_EQ(stored, Hex(buffer.m_data, buffer.m_length));
-            EXPECT_EQ(std::max(capacity, buffer.m_length), buffer.m_capacity);
-        }
+        GMBuffer<unsigned char> buffer(4); // grows, but never shrinks
+        EXPECT_TRUE(value.ValueSerial(buffer));
+        EXPECT_EQ(stored, Hex(buffer.m_data, buffer.m_length));
+        EXPECT_EQ(std::max(4u, buffer.m_length), buffer.m_capacity);
     }
 }
 
