@@ -4,7 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <wincrypt.h>
+
 #include "tests/executable/Subjects.h"
+#include "tests/support/GuardBuffer.h"
+#include "tests/support/ImportHook.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace Velmora::Testing
@@ -21,6 +25,23 @@ std::wstring Description(GMFileCertificate & certificate)
     return certificate.GetProductFileDescription(text) ? text : L"no version";
 }
 
+// What the system may answer about a damaged file.
+
+BOOL WINAPI GiveHalfARecord(void const *, wchar_t const *, void ** value, UINT * length)
+{
+    static GuardBuffer<char> const half("half", 4);
+    *value = half.Data();
+    *length = 4;
+    return TRUE;
+}
+
+BOOL WINAPI TellHalfASigner(HCRYPTMSG, DWORD, DWORD, void * data, DWORD * size)
+{
+    EXPECT_EQ(nullptr, data) << "so much isn't worth asking for";
+    *size = sizeof(CMSG_SIGNER_INFO) - 1;
+    return TRUE;
+}
+
 #define VELMORA_SKIP_UNSIGNED()                                                                    \
     if (!std::filesystem::exists(SignedSubject()))                                                 \
     GTEST_SKIP() << "no signed file: openssl or osslsigncode was missing in the build"
@@ -30,12 +51,7 @@ std::wstring Description(GMFileCertificate & certificate)
 TEST(GMFileCertificate, ReadsTheTextsOfBothTranslations)
 {
     GMFileCertificate certificate(Subject());
-    struct Case
-    {
-        bool (GMFileCertificate::*get)(GMString & value);
-        wchar_t const * text;
-    };
-    Case const cases[] = {
+    std::pair<bool (GMFileCertificate::*)(GMString & value), wchar_t const *> const cases[] = {
         {&GMFileCertificate::GetProductComments, L"\x6D4B\x8BD5"}, // in the first alone
         {&GMFileCertificate::GetProductCompanyName, L"Company"},
         {&GMFileCertificate::GetProductFileDescription, L"last"}, // in both
@@ -49,11 +65,11 @@ TEST(GMFileCertificate, ReadsTheTextsOfBothTranslations)
         {&GMFileCertificate::GetProductProductVersion, L"1.2.3.4 text"},
         {&GMFileCertificate::GetProductSpecialBuild, L"special"},
     };
-    for (Case const & each : cases)
+    for (auto const & [get, text] : cases)
     {
         GMString value;
-        EXPECT_TRUE((certificate.*each.get)(value));
-        EXPECT_EQ(each.text, value);
+        EXPECT_TRUE((certificate.*get)(value));
+        EXPECT_EQ(text, value);
     }
     GMString value = L"as it was";
     EXPECT_TRUE(certificate.GetProductInfo(L"Missing", value));
@@ -89,6 +105,18 @@ TEST(GMFileCertificate, ReadsTheVersionOnceAndSharesItWithCopies)
     EXPECT_EQ(L"no version", Description(late));
     std::filesystem::copy_file(Subject(), path);
     EXPECT_EQ(L"last", Description(late));
+}
+
+TEST(GMFileCertificate, TakesWholeRecordsOnly)
+{
+    {
+        ImportHook const hook("VerQueryValueW", &GiveHalfARecord);
+        ULARGE_INTEGER number = {};
+        EXPECT_FALSE(GMFileCertificate(Subject()).GetProductVersion(number));
+    }
+    VELMORA_SKIP_UNSIGNED();
+    ImportHook const hook("CryptMsgGetParam", &TellHalfASigner);
+    EXPECT_EQ(L"", GMFileCertificate(SignedSubject()).GetFileSignerInfo());
 }
 
 TEST(GMFileCertificate, NamesTheSigner)

@@ -20,7 +20,6 @@ using std::min;
 #include "tests/executable/IconBytes.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/HandleCount.h"
-#include "tests/support/HostShell.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace Velmora::Testing
@@ -89,7 +88,6 @@ class GdiplusSession : public ::testing::Environment
         PixelOfFile(path, 0, 0);
         GMIconConvert::BitmapToIcon(MakeBitmap(1, 1, 32).Get(), folder.File(L"a.ico"));
         ScopedIcon(GMIconConvert::LoadIconFromFile(folder.File(L"a.ico").c_str(), 32, 32));
-        RunOnHost("true");
     }
     void TearDown() override { Gdiplus::GdiplusShutdown(m_token); }
 
@@ -138,11 +136,6 @@ TEST(GMIconConvert, WritesIconFiles)
     EXPECT_FALSE(GMIconConvert::MultiBitmapToIcon(many.data(), 0x10000, none));
     EXPECT_FALSE(std::filesystem::exists(none));
     EXPECT_FALSE(GMIconConvert::BitmapToIcon(handles[0], folder.Path()));
-
-    if (!RunOnHost("command -v icotool"))
-        GTEST_SKIP() << "icotool isn't asked: it isn't here";
-    EXPECT_EQ("--icon --index=1 --width=3 --height=2 --bit-depth=32 --palette-size=0\n",
-              RunOnHost("icotool --list --index=1 '" + HostPath(path) + "'"));
 }
 
 TEST(GMIconConvert, DrawsIconsOfAllDepthsWithTheirAlpha)

@@ -5,7 +5,7 @@
 
 #include <gmock/gmock.h>
 
-#include "tests/executable/PEBytes.h"
+#include "tests/executable/IconBytes.h"
 #include "tests/support/ImportHook.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -108,32 +108,23 @@ TEST(GMPEDepend, SearchesPlaceByPlace)
 TEST(GMPEDepend, SearchesTheRuntimeFolderLast)
 {
     TemporaryFolder const folder;
-    auto const add = [&](std::wstring const & name, wchar_t const * file)
-    {
-        std::filesystem::create_directory(folder.File(name));
-        WriteBytes(folder.File(name + L"\\" + file), "");
-        return folder.File(name + L"\\" + file);
-    };
-    std::wstring const c = add(L"Microsoft.VC9990.CRT", L"msvcr9990.dll");
-    std::wstring const cpp = add(L"Microsoft.VC9990.CRT", L"msvcp9990.dll");
-    add(L"Microsoft.VC9990.CRT", L"msvcx9990.dll");
-    add(L"Microsoft.VC0.CRT", L"msvcr0.dll");
-    struct Case
-    {
-        wchar_t const * name;
-        std::wstring path;
-    };
+    for (wchar_t const * const file :
+         {L"Microsoft.VC9990.CRT\\msvcr9990.dll", L"Microsoft.VC9990.CRT\\msvcp9990.dll",
+          L"Microsoft.VC9990.CRT\\msvcx9990.dll", L"Microsoft.VC0.CRT\\msvcr0.dll"})
+        folder.Write(file);
+    std::pair<wchar_t const *, bool> const cases[] = {{L"msvcr9990.dll", true},
+                                                      {L"msvcp9990.dll", true},
+                                                      {L"msvcx9990.dll", false},
+                                                      {L"msvcr0.dll", false},
+                                                      {L"msvcp.dll", false}};
     std::wstring const root = folder.File(L"a.exe");
-    for (Case const & each : {Case{L"msvcr9990.dll", c},
-                              {L"msvcp9990.dll", cpp},
-                              {L"msvcx9990.dll", L""},
-                              {L"msvcr0.dll", L""},
-                              {L"msvcp.dll", L""}})
+    for (auto const & [name, isFound] : cases)
     {
-        EXPECT_EQ(each.path, GMPEDepend::GetDllFullPath(each.name, root, folder.Path()));
-        EXPECT_EQ(L"", GMPEDepend::GetDllFullPath(each.name, L"a.exe", folder.Path()));
+        std::wstring const path = folder.File(L"Microsoft.VC9990.CRT\\") + name;
+        EXPECT_EQ(isFound ? path : L"", GMPEDepend::GetDllFullPath(name, root, folder.Path()));
+        EXPECT_EQ(L"", GMPEDepend::GetDllFullPath(name, L"a.exe", folder.Path()));
     }
-    WriteBytes(folder.File(L"msvcr9990.dll"), "");
+    folder.Write(L"msvcr9990.dll");
     EXPECT_EQ(folder.File(L"msvcr9990.dll"),
               GMPEDepend::GetDllFullPath(L"msvcr9990.dll", root, L""));
 }
@@ -142,20 +133,16 @@ TEST(GMPEDepend, TakesNamesWithinTheFileOnly)
 {
     // The name stands last and the file fills its pages: there is nothing behind it to read.
     TemporaryFolder const folder;
-    std::wstring const path = folder.File(L"a.exe");
     for (std::size_t const length : {20u, 300u})
     {
         std::string bytes = ProgramBytes({"first.dll", std::string(length, 'x')});
         bytes.pop_back(); // the terminator
-        std::size_t const padding = 4096 - bytes.size();
-        bytes.insert(sectionOffset, padding, '\0');
-        Place(bytes, sectionsOffset + offsetof(IMAGE_SECTION_HEADER, PointerToRawData),
-              static_cast<DWORD>(sectionOffset + padding));
-        WriteBytes(path, bytes);
         Files expected = {{L"first.dll", L""}};
         if (length > 260)
             expected[GMString(260, L'x')] = L"";
-        EXPECT_EQ(expected, GMPEDepend().GetDependFiles(path, L"", 1)) << length;
+        EXPECT_EQ(expected,
+                  GMPEDepend().GetDependFiles(folder.Write(L"a.exe", AlignEnd(bytes)), L"", 1))
+            << length;
     }
 }
 
