@@ -13,7 +13,7 @@ namespace Velmora
 /// call is synchronous. Use from one thread at a time.
 ///
 /// Where an operation answers false, the thread's last error tells the reason. A closed file fails
-/// every operation but Close.
+/// every operation but Close, and leaves the last error as it was.
 class VELMORA_API GMFile : public GMBaseFile
 {
 public:

@@ -5,9 +5,8 @@
 
 #include "VelmoraCommon/files/GMFileName.h"
 #include "VelmoraCommon/files/GMFilePathUtils.h"
-#include "VelmoraCommon/files/internal/DirectoryListing.h"
-#include "VelmoraCommon/files/internal/FileIdentity.h"
 #include "VelmoraCommon/files/internal/PathText.h"
+#include "VelmoraCommon/files/internal/TreeWalk.h"
 #include "VelmoraCommon/text/GMStringToken.h"
 #include "VelmoraCommon/text/GMStringUtils.h"
 #include "VelmoraCommon/text/internal/WhiteSpace.h"
@@ -35,7 +34,7 @@ bool GMFileFinderEnum::Enumerate(GMString const & path)
     TokenizePatterns();
     if (GMFilePathUtils::IsDirectory(plain))
         return Enum(plain);
-    plain = Normalized(plain, GMFileName::smc_unquote | GMFileName::smc_backslashes);
+    GMFileName::NormalizePath(plain, GMFileName::smc_unquote | GMFileName::smc_backslashes);
     GMString::size_type const name =
         plain.rfind(GMFileName::GetDirDelimiter()) + 1; // npos + 1 is 0
     return EnumerateFile(plain.substr(0, name), plain.substr(name));
@@ -43,45 +42,34 @@ bool GMFileFinderEnum::Enumerate(GMString const & path)
 
 bool GMFileFinderEnum::Enum(GMString const & directory)
 {
-    std::vector<GMString> pending{directory}; // the next one at the back
-    while (!pending.empty())
+    TreeWalk walk(directory + GMFileName::GetDirDelimiter(), TreeWalk::Links::followed);
+    std::vector<GMString> subDirectories;
+    for (;;)
     {
-        GMString current = std::move(pending.back());
-        pending.pop_back();
-        GMString forCallback = current;
-        if (m_callback != nullptr && m_callback->OnDirectory(forCallback) != 0)
-            return false;
-
-        current += GMFileName::GetDirDelimiter();
-        std::vector<GMString> subDirectories;
-        if (!EnumerateEntries(current, subDirectories))
-            return false;
-        if (!m_recursive)
-            return true;
-        std::sort(subDirectories.begin(), subDirectories.end());
-        for (auto name = subDirectories.rbegin(); name != subDirectories.rend(); ++name)
-            pending.push_back(current + *name);
-    }
-    return true;
-}
-
-bool GMFileFinderEnum::EnumerateEntries(GMString const & directory,
-                                        std::vector<GMString> & subDirectories)
-{
-    for (DirectoryListing listing(directory); listing.Next();)
-    {
-        if (!listing.IsDirectory())
+        switch (walk.Next())
         {
-            if (!EnumerateFile(directory, listing.Name()))
+        case TreeStep::entered:
+            if (GMString path = walk.Path(); m_callback && m_callback->OnDirectory(path) != 0)
                 return false;
-            continue;
+            break;
+        case TreeStep::directory:
+            if (!EnumerateDir(walk.Directory(), walk.Name(), subDirectories))
+                return false;
+            break;
+        case TreeStep::left:
+            if (!m_recursive)
+                return true;
+            std::sort(subDirectories.begin(), subDirectories.end());
+            walk.Enter(subDirectories);
+            subDirectories.clear();
+            break;
+        case TreeStep::end:
+            return true;
+        default:
+            if (!EnumerateFile(walk.Directory(), walk.Name()))
+                return false;
         }
-        if (listing.IsLink() && LeadsUpward(directory + listing.Name()))
-            continue;
-        if (!EnumerateDir(directory, listing.Name(), subDirectories))
-            return false;
     }
-    return true;
 }
 
 bool GMFileFinderEnum::EnumerateDir(GMString const & directory, GMString const & name,

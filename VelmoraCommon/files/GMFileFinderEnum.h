@@ -31,8 +31,10 @@ protected:
 /// each of its directories with all that is in it, sorted by their names.
 ///
 /// Directories that fit a pattern are left out, and so are all below them. A link to a directory
-/// counts as one, unless it leads to a directory above it; so every walk ends. A directory that
-/// can't be read is entered and found empty. One system call an entry.
+/// counts as one, unless it leads to a directory on the way to it; so every walk ends. A directory
+/// that can't be read is entered and found empty, or to end where the reading did. After a whole
+/// walk the thread's last error is `ERROR_NO_MORE_FILES`, or tells why the first such directory
+/// couldn't be read. One system call an entry.
 ///
 /// Use from one thread at a time. A copy has the same callback.
 class VELMORA_API GMFileFinderEnum
@@ -77,8 +79,6 @@ public:
     static bool CompareStrings(GMString const & pattern, GMString const & text, bool ignoreCase);
 
 private:
-    bool EnumerateEntries(GMString const & directory, std::vector<GMString> & subDirectories);
-
     bool m_ignoreCase;
     bool m_recursive;
     GMString m_patterns;

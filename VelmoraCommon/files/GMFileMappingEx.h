@@ -18,7 +18,7 @@ public:
     {
         GMAccessRead = 1,
         GMAccessWrite = 2,
-        GMAccessExecute = 4, ///< with writing
+        GMAccessExecute = 4, ///< asks to write the file too; alone it gives no view to read
         GMAccessCopy = 8,    ///< written pages belong to this process and don't reach the file
     };
 

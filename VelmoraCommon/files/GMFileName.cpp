@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 #include "VelmoraCommon/files/internal/PathText.h"
 #include "VelmoraCommon/frame/WindowsApi.h"
@@ -23,17 +24,6 @@ constexpr wchar_t const * reservedNames[] = {L"CON", L"PRN", L"AUX", L"NUL"};
 bool IsInvalid(wchar_t unit, std::wstring_view invalid)
 {
     return unit < L' ' || invalid.find(unit) != std::wstring_view::npos;
-}
-
-void RemoveEndDelimiters(GMString & path)
-{
-    path.erase(path.find_last_not_of(pathDelimiters) + 1); // none found: npos + 1 is 0
-}
-
-void RemoveEnclosingQuotes(GMString & path)
-{
-    if (path.size() >= 2 && path.front() == L'"' && path.back() == L'"')
-        path = path.substr(1, path.size() - 2);
 }
 
 void AppendToList(GMString & list, std::wstring_view entry)
@@ -74,11 +64,11 @@ void GMFileName::NormalizePath(GMString & path, unsigned int flags)
     if (flags & smc_upperCase)
         GMStringUtils::MakeUpper(path);
     if (flags & smc_unquote)
-        RemoveEnclosingQuotes(path);
-    if (flags & (smc_endDelimiter | smc_noEndDelimiter))
-        RemoveEndDelimiters(path);
-    if ((flags & smc_endDelimiter) && !(flags & smc_noEndDelimiter) && !path.empty())
-        path += GetDirDelimiter();
+        path = Unquoted(path);
+    if (flags & smc_noEndDelimiter)
+        path = WithoutEndDelimiter(std::move(path));
+    else if (flags & smc_endDelimiter)
+        path = WithEndDelimiter(std::move(path));
     if (flags & smc_backslashes)
         std::replace(path.begin(), path.end(), GetPosixDirDelimiter(), GetDirDelimiter());
 }
@@ -104,17 +94,17 @@ bool GMFileName::IsCompletedPath(GMString const & path)
 
 GMString GMFileName::JoinFileName(GMString const & directory, GMString const & name)
 {
-    GMString const tail = Normalized(name, smc_unquote);
+    GMString const tail = Unquoted(name);
     if (IsCompletedPath(tail))
         return tail;
 
-    GMString joined = Normalized(directory, smc_unquote | smc_endDelimiter);
+    GMString joined = WithEndDelimiter(Unquoted(directory));
     return joined.append(tail, std::min(tail.find_first_not_of(pathDelimiters), tail.size()));
 }
 
 GMString GMFileName::GetDirectory(GMString const & path)
 {
-    GMString directory = Normalized(path, smc_unquote | smc_noEndDelimiter);
+    GMString directory = WithoutEndDelimiter(Unquoted(path));
     GMString::size_type const mark = directory.rfind(GetDirDelimiter());
     if (mark != GMString::npos)
         directory.erase(mark);
@@ -123,7 +113,7 @@ GMString GMFileName::GetDirectory(GMString const & path)
 
 GMString GMFileName::GetParentDirectory(GMString const & path)
 {
-    return GetDirectory(Normalized(path, smc_noEndDelimiter));
+    return GetDirectory(WithoutEndDelimiter(path));
 }
 
 void GMFileName::SplitNameToPureNameAndExtension(GMString const & name, GMString & pure,

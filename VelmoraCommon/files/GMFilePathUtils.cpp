@@ -3,9 +3,11 @@
 #include <cstdio>
 #include <utility>
 
+#include "VelmoraCommon/files/GMFileName.h"
 #include "VelmoraCommon/files/internal/DirectoryListing.h"
 #include "VelmoraCommon/files/internal/Halves.h"
 #include "VelmoraCommon/files/internal/PathText.h"
+#include "VelmoraCommon/files/internal/TreeWalk.h"
 #include "VelmoraCommon/frame/internal/ScopedHandle.h"
 #include "VelmoraCommon/frame/internal/SystemText.h"
 #include "VelmoraCommon/text/GMStringUtils.h"
@@ -21,10 +23,7 @@ constexpr __int64 fileTimeOf1970 = 116444736000000000;
 constexpr __int64 fileTimePerSecond = 10000000;
 
 /// The form in which a path is looked up and compared.
-GMString PlainPath(GMString const & path)
-{
-    return Normalized(path, GMFileName::smc_unquote | GMFileName::smc_noEndDelimiter);
-}
+GMString PlainPath(GMString const & path) { return WithoutEndDelimiter(Unquoted(path)); }
 
 bool Has(DWORD attributes, DWORD attribute)
 {
@@ -57,11 +56,11 @@ GMString::size_type ExtensionStart(GMString const & path)
     return dot == GMString::npos || dot < FileNameStart(path) ? path.size() : dot;
 }
 
-/// Puts the entries of the directory \p path where \p listOf says.
+/// Appends the paths of the entries of \p directory, at whose end is a delimiter, where \p listOf
+/// says.
 template <class ListOf>
-void ListSons(GMString const & path, ListOf listOf)
+void ListSons(GMString const & directory, ListOf listOf)
 {
-    GMString const directory = Normalized(path, GMFileName::smc_endDelimiter);
     for (DirectoryListing listing(directory); listing.Next();)
         listOf(listing).push_back(directory + listing.Name());
 }
@@ -86,6 +85,25 @@ bool RemoveDirectoryLink(GMString const & path)
                                       sizeof disposition) != FALSE;
 }
 
+/// Whether a path to a directory is a link; also true if that can't be found out.
+bool IsLinkItself(GMString const & path)
+{
+    WIN32_FIND_DATAW entry;
+    ScopedFind const find(FindFirstFileW(path.c_str(), &entry));
+    return !find || IsLink(entry);
+}
+
+/// Size of the file that a link leads to; 0 on failure.
+unsigned __int64 SizeOfTarget(GMString const & link)
+{
+    ScopedFile const file(CreateFileW(link.c_str(), FILE_READ_ATTRIBUTES,
+                                      FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                      nullptr, OPEN_EXISTING, 0, nullptr));
+    LARGE_INTEGER size = {};
+    return file && GetFileSizeEx(file.Get(), &size) ? static_cast<unsigned __int64>(size.QuadPart)
+                                                    : 0;
+}
+
 GMString CurrentDirectory()
 {
     return ReadSystemText([](wchar_t * buffer, unsigned long size)
@@ -97,7 +115,11 @@ bool RemoveEmptyDirectory(GMString const & path)
 {
     // The system keeps the current directory open.
     if (path == CurrentDirectory())
-        SetCurrentDirectoryW(GMFileName::GetParentDirectory(path).c_str());
+    {
+        // Without its delimiter a drive is the directory where the process stands on it.
+        GMString const upper = GMFileName::GetParentDirectory(path) + GMFileName::GetDirDelimiter();
+        SetCurrentDirectoryW(upper.c_str());
+    }
     return RemoveDirectoryW(path.c_str()) ||
            (SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_DIRECTORY) &&
             RemoveDirectoryW(path.c_str()));
@@ -162,9 +184,12 @@ bool GMFilePathUtils::IsEmpty(GMString const & path)
 {
     GMString const plain = PlainPath(path);
     DWORD const attributes = GetFileAttributesW(plain.c_str());
+    if (attributes == INVALID_FILE_ATTRIBUTES)
+        return true;
     if (!Has(attributes, FILE_ATTRIBUTE_DIRECTORY))
-        return FileSize(plain) == 0; // of a missing file too
-    return !DirectoryListing(plain + GMFileName::GetDirDelimiter()).Next();
+        return FileSize(plain) == 0;
+    DirectoryListing listing(plain + GMFileName::GetDirDelimiter());
+    return !listing.IsOpen() || (!listing.Next() && listing.Error() == ERROR_SUCCESS);
 }
 
 bool GMFilePathUtils::IsParentDirectory(GMString const & path, GMString const & parent)
@@ -196,16 +221,16 @@ unsigned __int64 GMFilePathUtils::FileSizeRecursive(GMString const & path)
     DWORD const attributes = GetFileAttributesW(root.c_str());
     if (!Has(attributes, FILE_ATTRIBUTE_DIRECTORY))
         return FileSize(path);
-    if (Has(attributes, FILE_ATTRIBUTE_REPARSE_POINT))
-        return 0;
 
     unsigned __int64 size = 0;
-    VisitTree(root,
-              [&size](GMString const &, DirectoryListing const & entry)
-              {
-                  if (!entry.IsDirectory())
-                      size += JoinHalves(entry.Entry().nFileSizeHigh, entry.Entry().nFileSizeLow);
-              });
+    TreeWalk walk(root + GMFileName::GetDirDelimiter(), TreeWalk::Links::followed);
+    for (TreeStep step = walk.Next(); step != TreeStep::end; step = walk.Next())
+    {
+        if (step == TreeStep::directory)
+            walk.Enter();
+        else if (step == TreeStep::file)
+            size += walk.IsLink() ? SizeOfTarget(walk.Path()) : walk.Size();
+    }
     return size;
 }
 
@@ -221,16 +246,19 @@ __int64 GMFilePathUtils::GetFileModifyTime(GMString const & path)
 
 void GMFilePathUtils::GetAllSons(GMString const & path, std::vector<GMString> & all)
 {
+    GMString const directory = WithEndDelimiter(path); // before that is cleared, if it is in all
     all.clear();
-    ListSons(path, [&all](DirectoryListing const &) -> std::vector<GMString> & { return all; });
+    ListSons(directory,
+             [&all](DirectoryListing const &) -> std::vector<GMString> & { return all; });
 }
 
 void GMFilePathUtils::GetAllSons(GMString const & path, std::vector<GMString> & files,
                                  std::vector<GMString> & directories)
 {
+    GMString const directory = WithEndDelimiter(path);
     files.clear();
     directories.clear();
-    ListSons(path,
+    ListSons(directory,
              [&](DirectoryListing const & entry) -> std::vector<GMString> &
              { return entry.IsDirectory() ? directories : files; });
 }
@@ -279,25 +307,37 @@ bool GMFilePathUtils::RemoveFile(GMString const & path)
 
 unsigned __int64 GMFilePathUtils::RemoveAll(GMString const & path)
 {
-    GMString const root = Normalized(path, GMFileName::smc_noEndDelimiter);
+    GMString const root = WithoutEndDelimiter(path);
     DWORD const attributes = GetFileAttributesW(root.c_str());
     if (!Has(attributes, FILE_ATTRIBUTE_DIRECTORY))
         return 0;
-    if (Has(attributes, FILE_ATTRIBUTE_REPARSE_POINT))
+    if (Has(attributes, FILE_ATTRIBUTE_REPARSE_POINT) && IsLinkItself(root))
         return RemoveDirectoryLink(root) ? 1 : 0;
 
     unsigned __int64 removed = 0;
-    std::vector<GMString> const directories =
-        VisitTree(root,
-                  [&removed](GMString const & entryPath, DirectoryListing const & entry)
-                  {
-                      removed += entry.IsDirectory()
-                                     ? RemoveDirectoryLink(entryPath)
-                                     : RemoveFileWith(entry.Attributes(), entryPath);
-                  });
-    for (auto directory = directories.rbegin(); directory != directories.rend(); ++directory)
-        removed += RemoveEmptyDirectory(*directory);
-    return removed;
+    TreeWalk walk(root + GMFileName::GetDirDelimiter(), TreeWalk::Links::apart);
+    for (;;)
+    {
+        switch (walk.Next())
+        {
+        case TreeStep::file:
+            removed += RemoveFileWith(walk.Attributes(), walk.Path());
+            break;
+        case TreeStep::link:
+            removed += RemoveDirectoryLink(walk.Path());
+            break;
+        case TreeStep::directory:
+            walk.Enter();
+            break;
+        case TreeStep::left:
+            removed += RemoveEmptyDirectory(walk.Path());
+            break;
+        case TreeStep::entered:
+            break;
+        case TreeStep::end:
+            return removed;
+        }
+    }
 }
 
 bool GMFilePathUtils::RemoveOrRebootDelete(GMString const & path, unsigned int attempts)

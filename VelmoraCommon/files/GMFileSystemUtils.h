@@ -104,12 +104,14 @@ public:
     /// if it is missing. Files that stand there are replaced. One that is in use is moved aside,
     /// under a temporary name in its directory, and deleted at the next start of the system.
     ///
-    /// Links to directories are followed, but not upward, where the copy would have no end. A
-    /// directory that is being written to isn't copied into itself, nor a file onto itself.
-    /// \return false if \p source can't be listed, or at the first entry in it that can't be
-    ///     copied: a file that isn't replaced stays as it was, what comes behind it in the listing
+    /// Links are followed, so the copy has files and directories in their place. A link that leads
+    /// to a directory on the way to it, where the copy would have no end, is left out. A directory
+    /// that is being written to isn't copied into itself, nor a file onto itself.
+    /// \return false if \p source can't be listed to its end, or at the first entry in it that can't
+    ///     be copied: a file that isn't replaced stays as it was, what comes behind it in the listing
     ///     is left out. Failures deeper in the tree end the copy of their directory alone and don't
-    ///     count.
+    ///     count; so what is in a directory that meets a file of its name in \p destination is left
+    ///     out, and the file stays.
     static bool MyCopyDirectory(GMString const & source, GMString const & destination);
 
     /// Moves a file, also to another volume, and replaces \p to, even if that is a program that

@@ -1,12 +1,10 @@
 #include "VelmoraCommon/files/GMFileSystemUtils.h"
 
-#include <utility>
-#include <vector>
-
 #include "VelmoraCommon/files/GMFileName.h"
 #include "VelmoraCommon/files/GMFilePathUtils.h"
 #include "VelmoraCommon/files/internal/DirectoryListing.h"
 #include "VelmoraCommon/files/internal/FileIdentity.h"
+#include "VelmoraCommon/files/internal/TreeWalk.h"
 #include "VelmoraCommon/frame/internal/ScopedHandle.h"
 
 namespace Velmora
@@ -52,85 +50,78 @@ bool ReplaceFile(GMString const & source, GMString const & directory, GMString c
 class TreeCopy
 {
 public:
-    bool Run(GMString const & source, GMString const & destination)
+    TreeCopy(GMString const & source, GMString const & destination)
+        : m_source(source + GMFileName::GetDirDelimiter()),
+          m_destination(destination + GMFileName::GetDirDelimiter())
     {
-        DirectoryListing listing(source + GMFileName::GetDirDelimiter());
-        if (!listing.IsOpen())
-            return false;
-        if (!GMFileSystemUtils::DoesFileExist(destination))
-            GMFilePathUtils::CreateDirectories(destination);
-        m_mayMeetItself = LiesWithin(destination, FileIdentity(source));
-        m_levels.emplace_back(std::move(listing), source, destination);
+    }
 
-        while (!m_levels.empty())
+    bool Run()
+    {
+        if (!DirectoryListing(m_source).IsOpen())
+            return false;
+        if (!GMFileSystemUtils::DoesFileExist(m_destination))
+            GMFilePathUtils::CreateDirectories(m_destination);
+        m_mayMeetItself = LiesWithin(m_destination, FileIdentity(m_source));
+
+        TreeWalk walk(m_source, TreeWalk::Links::followed);
+        for (TreeStep step = walk.Next(); step != TreeStep::end; step = walk.Next())
         {
-            if (!m_levels.back().listing.Next())
-                m_levels.pop_back();
-            else if (!CopyEntry())
-            {
-                if (m_levels.size() == 1)
-                    return false;
-                m_levels.pop_back();
-            }
+            if (Take(step, walk))
+                continue;
+            if (walk.IsAtRoot())
+                return false;
+            walk.Leave();
         }
         return true;
     }
 
 private:
-    /// A directory that is being copied.
-    struct Level
+    /// \return false if that ends the copy of the directory at hand
+    bool Take(TreeStep step, TreeWalk & walk)
     {
-        Level(DirectoryListing && entries, GMString const & from, GMString const & to)
-            : listing(std::move(entries)),
-              source(from + GMFileName::GetDirDelimiter()),
-              destination(to + GMFileName::GetDirDelimiter())
+        switch (step)
         {
+        case TreeStep::file:
+            return ReplaceFile(walk.Path(), Counterpart(walk.Directory()), walk.Name());
+        case TreeStep::directory:
+            return CopyDirectory(walk);
+        case TreeStep::left:
+            SetLastError(walk.Error());
+            return walk.Error() == ERROR_SUCCESS || !walk.IsAtRoot();
+        default:
+            return true;
         }
-
-        DirectoryListing listing;
-        GMString source; // both with their delimiter
-        GMString destination;
-        FileIdentity written; // of the destination, once it was asked for
-    };
-
-    /// Copies the entry at hand. \return false if that ends the copy of the directory it is in
-    bool CopyEntry()
-    {
-        Level const & level = m_levels.back();
-        GMString const name = level.listing.Name();
-        if (level.listing.IsDirectory())
-            return CopyDirectory(level.source + name, level.destination + name);
-        return ReplaceFile(level.source + name, level.destination, name);
     }
 
-    bool CopyDirectory(GMString const & source, GMString const & destination)
+    /// The path to which a path in the source is copied.
+    GMString Counterpart(GMString const & path) const
     {
-        if (m_levels.back().listing.IsLink())
-        {
-            if (LeadsUpward(source))
-                return true;
-            m_mayMeetItself = true; // it may lead to where this copy writes
-        }
-        if (m_mayMeetItself && WritesTo(source))
+        return m_destination + path.substr(m_source.size());
+    }
+
+    bool CopyDirectory(TreeWalk & walk)
+    {
+        m_mayMeetItself |= walk.IsLink(); // it may lead to where this copy writes
+        if (m_mayMeetItself && WritesTo(walk))
             return true;
-        if (!MakeDirectory(destination))
+        if (!MakeDirectory(Counterpart(walk.Path())))
             return false;
-        DirectoryListing listing(source + GMFileName::GetDirDelimiter());
-        if (listing.IsOpen())
-            m_levels.emplace_back(std::move(listing), source, destination);
+        walk.Enter();
         return true;
     }
 
-    /// Whether \p directory is one of those that this copy is writing to.
-    bool WritesTo(GMString const & directory)
+    /// Whether the directory at hand is one of those that this copy is writing to.
+    bool WritesTo(TreeWalk const & walk) const
     {
-        FileIdentity const identity(directory);
-        for (Level & level : m_levels)
+        FileIdentity const directory(walk.Path());
+        GMString written = Counterpart(walk.Directory());
+        while (written.size() >= m_destination.size())
         {
-            if (!level.written)
-                level.written = FileIdentity(level.destination);
-            if (identity == level.written)
+            if (FileIdentity(written) == directory)
                 return true;
+            written.pop_back();
+            written.erase(written.find_last_of(GMFileName::GetDirDelimiter()) + 1);
         }
         return false;
     }
@@ -147,7 +138,8 @@ private:
         return true;
     }
 
-    std::vector<Level> m_levels; // the top first; on the heap, for a tree may be deep
+    GMString m_source; // both with their delimiter
+    GMString m_destination;
     bool m_mayMeetItself = false;
 };
 
@@ -156,7 +148,7 @@ private:
 bool GMFileSystemUtils::MyCopyDirectory(GMString const & source, GMString const & destination)
 {
     // An empty path with a delimiter behind it would be the root of the current drive.
-    return !source.empty() && !destination.empty() && TreeCopy().Run(source, destination);
+    return !source.empty() && !destination.empty() && TreeCopy(source, destination).Run();
 }
 
 } // namespace Velmora

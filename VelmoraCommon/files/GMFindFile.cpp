@@ -1,14 +1,10 @@
 #include "VelmoraCommon/files/GMFindFile.h"
 
-#include <stack>
-#include <utility>
-
 #include "VelmoraCommon/files/GMFileName.h"
 #include "VelmoraCommon/files/GMFilePathUtils.h"
-#include "VelmoraCommon/files/internal/DirectoryListing.h"
-#include "VelmoraCommon/files/internal/FileIdentity.h"
 #include "VelmoraCommon/files/internal/Halves.h"
 #include "VelmoraCommon/files/internal/PathText.h"
+#include "VelmoraCommon/files/internal/TreeWalk.h"
 #include "VelmoraCommon/frame/internal/ScopedHandle.h"
 #include "VelmoraCommon/text/GMStringUtils.h"
 
@@ -29,43 +25,20 @@ void Fill(GMFileInfo & info, WIN32_FIND_DATAW const & entry)
 }
 
 /// The path of \p directory to which names are joined.
-GMString Stem(GMString const & directory)
-{
-    return Normalized(directory, GMFileName::smc_unquote | GMFileName::smc_endDelimiter);
-}
-
-/// A directory that is being gone through.
-struct Level
-{
-    explicit Level(GMString const & path) : directory(path), listing(path) {}
-
-    GMString directory; // with its delimiter
-    DirectoryListing listing;
-};
+GMString Stem(GMString const & directory) { return WithEndDelimiter(Unquoted(directory)); }
 
 /// Gives \p visit the paths of the files below \p directory, in the order of the system; a false
 /// from it ends the directory at hand.
 template <class Visit>
 void WalkFiles(GMString const & directory, Visit visit)
 {
-    std::stack<Level> levels; // on the heap, for a tree may be deep
-    levels.emplace(Stem(directory));
-    while (!levels.empty())
+    TreeWalk walk(Stem(directory), TreeWalk::Links::followed);
+    for (TreeStep step = walk.Next(); step != TreeStep::end; step = walk.Next())
     {
-        Level & level = levels.top();
-        if (!level.listing.Next())
-        {
-            levels.pop();
-            continue;
-        }
-        GMString path = level.directory + level.listing.Name();
-        if (!level.listing.IsDirectory())
-        {
-            if (!visit(path))
-                levels.pop();
-        }
-        else if (!level.listing.IsLink() || !LeadsUpward(path))
-            levels.emplace(path + GMFileName::GetDirDelimiter());
+        if (step == TreeStep::directory)
+            walk.Enter();
+        else if (step == TreeStep::file && !visit(walk.Path()))
+            walk.Leave();
     }
 }
 
@@ -154,12 +127,12 @@ bool GMFindFile::FindFilesExRecursive(GMString const & directory,
                                       std::set<GMString> const & extensions)
 {
     WalkFiles(directory,
-              [&](GMString & path)
+              [&](GMString const & path)
               {
                   GMString extension = GMFilePathUtils::Extension(path);
                   GMStringUtils::MakeLower(extension);
                   if (extensions.empty() || extensions.count(extension) != 0)
-                      filesByExtension[extension].push_back(std::move(path));
+                      filesByExtension[extension].push_back(path);
                   return true;
               });
     return !filesByExtension.empty();

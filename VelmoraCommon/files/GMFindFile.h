@@ -17,8 +17,10 @@ namespace Velmora
 /// the static operations may be called from any.
 ///
 /// The operations on whole trees take links to directories for directories and go into them, but
-/// for those that lead to a directory above, so every walk ends. They pass over a directory that is
-/// missing or can't be read. Failures leave the reason in the thread's last error.
+/// for those that lead to a directory on the way to them, so every walk ends. They pass over a
+/// directory that is missing or can't be read, and give the entries that come before a failure.
+/// The thread's last error tells the reason of a failure; after a search that came to its end it is
+/// `ERROR_NO_MORE_FILES`.
 class VELMORA_API GMFindFile
 {
 public:
@@ -36,8 +38,8 @@ public:
     /// \return false, with \p info unchanged, if nothing fits or the running search can't be ended
     bool FindFirst(GMString const & pattern, GMFileInfo & info);
 
-    /// Gives the next entry; false, with \p info unchanged, at the end or without a search. The
-    /// search stays open at its end.
+    /// Gives the next entry; false, with \p info unchanged, at the end, on failure or without a
+    /// search. The search stays open at its end.
     bool FindNext(GMFileInfo & info);
 
     /// Ends the search. \return true also when none runs; false if the system refuses, and then the

@@ -5,7 +5,6 @@
 
 #include "VelmoraCommon/files/GMFileName.h"
 #include "VelmoraCommon/files/GMFilePathUtils.h"
-#include "VelmoraCommon/files/internal/PathText.h"
 #include "VelmoraCommon/frame/WindowsApi.h"
 
 namespace Velmora
@@ -48,7 +47,8 @@ bool GMIniFile::SetStringValue(GMString const & section, GMString const & key,
                                GMString const & value) const
 {
     // Of a bare name GetDirectory would make a directory of the file's own name.
-    GMString const path = Normalized(m_fileName, GMFileName::smc_backslashes);
+    GMString path = m_fileName;
+    GMFileName::NormalizePath(path, GMFileName::smc_backslashes);
     bool const namesDirectory = path.find(GMFileName::GetDirDelimiter()) != GMString::npos;
     if (namesDirectory && !GMFilePathUtils::CreateDirectories(GMFileName::GetDirectory(path)))
         return false;

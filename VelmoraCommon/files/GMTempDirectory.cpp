@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <ctime>
+#include <new>
 
 #include "VelmoraCommon/files/GMFileName.h"
 #include "VelmoraCommon/files/GMFileSystemUtils.h"
@@ -40,7 +41,13 @@ GMTempDirectory::GMTempDirectory() : m_autoDelete(false) {}
 GMTempDirectory::~GMTempDirectory()
 {
     LastErrorKeeper const keeper;
-    Remove();
+    try
+    {
+        Remove();
+    }
+    catch (std::bad_alloc const &) // a destructor that throws would end the process
+    {
+    }
 }
 
 bool GMTempDirectory::CreateTempDirectory(GMString const & directory, GMString const & prefix,
@@ -62,8 +69,7 @@ bool GMTempDirectory::CreateTempDirectory(GMString const & directory, GMString c
         path = GMFileName::JoinFileName(upper, name);
         if (CreateDirectoryW(path.c_str(), nullptr))
         {
-            GMStringUtils::TrimRight(path, pathDelimiters);
-            path += GMFileName::GetDirDelimiter();
+            path = WithEndDelimiter(path);
             return true;
         }
         if (GetLastError() != ERROR_ALREADY_EXISTS)

@@ -18,7 +18,7 @@ class VELMORA_API GMTempDirectory
 public:
     GMTempDirectory();
 
-    /// Deletes the directory as Remove does; a failure goes unheard.
+    /// Deletes the directory as Remove does; a failure, want of memory too, goes unheard.
     ~GMTempDirectory();
 
     GMTempDirectory(GMTempDirectory const & other) = default;

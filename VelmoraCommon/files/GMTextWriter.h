@@ -24,7 +24,8 @@ public:
     /// Writes to the end of \p buffer. In \p unicode the mark takes the place of what it held.
     GMTextWriter(GMBuffer<unsigned char> & buffer, bool unicode, GMString const & lineEnd);
 
-    /// Writes \p text, then a line end if \p appendLineEnd says so.
+    /// Writes \p text, then a line end if \p appendLineEnd says so. But in UTF-16, a text ends at its
+    /// first NUL.
     /// \param utf8 write UTF-8 in place of the default code page; it counts neither for UTF-16 nor
     ///     for the line end
     /// \throws std::runtime_error (a GBK text) when the file refuses, when the buffer would pass

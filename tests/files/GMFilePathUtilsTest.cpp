@@ -99,6 +99,7 @@ TEST_F(GMFilePathUtilsTest, TellsWhatAPathIs)
         {L"", false, false, false, true},
         {L"C:\\", false, true, true, false},
         {L"Q:\\", false, false, false, true},
+        {folder.File(L"f*"), false, false, false, true}, // a pattern is no path
     };
     for (auto const & [path, isFile, isDirectory, isDriver, isEmpty] : cases)
     {
@@ -207,6 +208,11 @@ TEST_F(GMFilePathUtilsTest, ListsEntries)
     Utils::GetAllSons(folder.Path(), files, directories);
     EXPECT_THAT(files, UnorderedElementsAre(file, dots));
     EXPECT_THAT(directories, UnorderedElementsAre(directory));
+    files = directories;
+    Utils::GetAllSons(files[0], files); // a path in what is to be replaced
+    EXPECT_THAT(files, UnorderedElementsAre(directory + L"\\deep"));
+    Utils::GetAllSons(directories[0], files, directories);
+    EXPECT_THAT(files, UnorderedElementsAre(directory + L"\\deep"));
     Utils::GetAllSons(folder.File(L"missing"), files, directories);
     EXPECT_TRUE(files.empty() && directories.empty());
 }
@@ -385,8 +391,8 @@ TEST(GMFilePathUtils, StaysInItsTreeWhenItMeetsLinks)
     DirectoryLink const loop(at.tree + L"\\loop", at.tree);
     DirectoryLink const toTree(at.folder.File(L"link"), at.tree);
 
-    EXPECT_EQ(2u, Utils::FileSizeRecursive(at.tree));
-    EXPECT_EQ(0u, Utils::FileSizeRecursive(at.folder.File(L"link")));
+    EXPECT_EQ(6u, Utils::FileSizeRecursive(at.tree));
+    EXPECT_EQ(6u, Utils::FileSizeRecursive(at.folder.File(L"link")));
 
     Utils::RemoveAll(at.folder.File(L"link"));
     EXPECT_TRUE(Utils::IsExistsFile(at.tree + L"\\file"));

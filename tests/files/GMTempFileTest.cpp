@@ -1,5 +1,6 @@
 #include "VelmoraCommon/files/GMTempFile.h"
 
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -47,6 +48,8 @@ UINT WINAPI MakeInWindows(wchar_t const * directory, wchar_t const * prefix, UIN
     s_refused = directory;
     return 0;
 }
+
+void * NoMemory(std::size_t) { return nullptr; }
 
 UINT WINAPI TellWindows(wchar_t * path, UINT)
 {
@@ -159,6 +162,18 @@ TEST(GMTempDirectory, LivesWithItsObject)
     EXPECT_EQ(path + L"xD.", owned.substr(0, path.size() + 3));
     EXPECT_TRUE(GMFileSystemUtils::MyRemoveDirectory(owned));
     EXPECT_FALSE(IsThere(owned));
+}
+
+TEST(GMTempDirectory, EndsWithoutMemory)
+{
+    TemporaryFolder const folder;
+    std::optional<GMTempDirectory> directory(std::in_place);
+    ASSERT_TRUE(directory->CreateTempDirectory(folder.Path()));
+    {
+        ImportHook const hook("malloc", &NoMemory, L"libstdc++-6.dll");
+        directory.reset();
+    }
+    EXPECT_EQ(1u, Entries(folder.Path()));
 }
 
 TEST(GMTempDirectory, CountsOnWhereANameIsTaken)

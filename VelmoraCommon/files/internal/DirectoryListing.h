@@ -1,9 +1,6 @@
 #pragma once
 
-#include <cstddef>
 #include <cwchar>
-#include <utility>
-#include <vector>
 
 #include "VelmoraCommon/frame/GMString.h"
 #include "VelmoraCommon/frame/internal/ScopedHandle.h"
@@ -11,15 +8,25 @@
 namespace Velmora
 {
 
+/// Whether an entry that a search found stands for something elsewhere, as symbolic links and mount
+/// points do. Other reparse points, such as the folders of a cloud, are what they seem to be.
+inline bool IsLink(WIN32_FIND_DATAW const & entry)
+{
+    constexpr DWORD nameSurrogate = 0x20000000; // of the tag, for links of all kinds
+    DWORD const tag = entry.dwReserved0;        // 0 where the system shows links without one
+    return (entry.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 &&
+           (tag == 0 || (tag & nameSurrogate) != 0);
+}
+
 /// The entries of one directory in the order of the system, without "." and "..": one system call
 /// an entry.
 ///
 ///     for (DirectoryListing listing(directory); listing.Next();)
 ///         Use(listing.Name());
 ///
-/// A directory that is missing or can't be read has no entries. Ended before its last entry, a
-/// listing closes its handle with its scope; after the last entry the handle is closed at once, so
-/// that the directory can be removed.
+/// A directory that is missing or can't be read has no entries. At the end the thread's last error
+/// is `ERROR_NO_MORE_FILES`, or tells why the listing ended too soon. Ended before its last entry, a
+/// listing closes its handle with its scope, else at once.
 class DirectoryListing
 {
 public:
@@ -27,7 +34,8 @@ public:
     explicit DirectoryListing(GMString const & directory)
         : m_find(FindFirstFileExW((directory + L"*.*").c_str(), FindExInfoBasic, &m_entry,
                                   FindExSearchNameMatch, nullptr, FIND_FIRST_EX_LARGE_FETCH)),
-          m_isFetched(static_cast<bool>(m_find))
+          m_isFetched(static_cast<bool>(m_find)),
+          m_error(m_isFetched ? ERROR_SUCCESS : GetLastError())
     {
     }
 
@@ -45,20 +53,16 @@ public:
         return true;
     }
 
+    /// Why there may be entries that Next didn't give; `ERROR_SUCCESS` when all have come.
+    DWORD Error() const { return m_error; }
+
     /// The entry at hand; the short name isn't filled in.
     WIN32_FIND_DATAW const & Entry() const { return m_entry; }
 
     wchar_t const * Name() const { return m_entry.cFileName; }
-    DWORD Attributes() const { return m_entry.dwFileAttributes; }
-    bool IsDirectory() const { return Has(FILE_ATTRIBUTE_DIRECTORY); }
-
-    /// Whether the entry is a link or another reparse point. With IsDirectory it leads to a
-    /// directory elsewhere, maybe to one above.
-    bool IsLink() const { return Has(FILE_ATTRIBUTE_REPARSE_POINT); }
+    bool IsDirectory() const { return (m_entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0; }
 
 private:
-    bool Has(DWORD attribute) const { return (Attributes() & attribute) != 0; }
-
     bool IsDots() const
     {
         return IsDirectory() && (std::wcscmp(Name(), L".") == 0 || std::wcscmp(Name(), L"..") == 0);
@@ -71,39 +75,18 @@ private:
         if (m_isFetched)
             m_isFetched = false;
         else if (!FindNextFileW(m_find.Get(), &m_entry))
+        {
+            DWORD const error = GetLastError();
+            m_error = error == ERROR_NO_MORE_FILES ? ERROR_SUCCESS : error;
             m_find.Reset();
+        }
         return static_cast<bool>(m_find);
     }
 
     WIN32_FIND_DATAW m_entry; // first, for opening the search fills it
     ScopedFind m_find;
     bool m_isFetched; // the entry came with the search and Next hasn't given it yet
+    DWORD m_error;
 };
-
-/// Visits the whole tree below \p root, a directory without delimiter at its end, and returns its
-/// directories, \p root first and each one before those in it.
-///
-/// \p visit gets every entry but these directories, by its full path and the listing that stands
-/// on it: files, and links to directories, which aren't followed. So a walk never leaves the tree
-/// and always ends. \p visit may delete what it gets. One directory is open at a time, however deep
-/// the tree.
-template <class Visit>
-std::vector<GMString> VisitTree(GMString const & root, Visit visit)
-{
-    std::vector<GMString> directories{root};
-    for (std::size_t i = 0; i < directories.size(); ++i) // grows on the way
-    {
-        GMString const directory = directories[i] + L'\\';
-        for (DirectoryListing listing(directory); listing.Next();)
-        {
-            GMString path = directory + listing.Name();
-            if (listing.IsDirectory() && !listing.IsLink())
-                directories.push_back(std::move(path));
-            else
-                visit(path, listing);
-        }
-    }
-    return directories;
-}
 
 } // namespace Velmora

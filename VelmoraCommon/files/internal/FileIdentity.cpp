@@ -1,5 +1,8 @@
 #include "VelmoraCommon/files/internal/FileIdentity.h"
 
+#include <algorithm>
+#include <string_view>
+
 #include "VelmoraCommon/files/internal/Halves.h"
 #include "VelmoraCommon/files/internal/PathText.h"
 #include "VelmoraCommon/frame/internal/ScopedHandle.h"
@@ -17,12 +20,37 @@ GMString FullPath(GMString const & path)
                           { return GetFullPathNameW(path.c_str(), size, buffer, nullptr); });
 }
 
-/// Cuts the last level off a full path, at whose end a delimiter may stand; the drive's root gives
-/// an empty path.
-void GoUp(GMString & path)
+/// The units of a full path that name its root: "C:\", "\\server\share\", "\\?\C:\",
+/// "\\?\UNC\server\share\".
+GMString::size_type RootLength(GMString const & path)
 {
-    path.pop_back(); // the delimiter, which a drive's root needs
+    struct Prefix
+    {
+        std::wstring_view text;
+        int names; // that come behind it and belong to the root
+    };
+    constexpr Prefix prefixes[] = {
+        {L"\\\\?\\UNC\\", 2}, {L"\\\\?\\", 1}, {L"\\\\.\\", 1}, {L"\\\\", 2}, {L"", 1}};
+    for (Prefix const & prefix : prefixes)
+    {
+        if (path.compare(0, prefix.text.size(), prefix.text) != 0)
+            continue;
+        GMString::size_type end = prefix.text.size();
+        for (int i = 0; i < prefix.names && end < path.size(); ++i)
+            end = std::min(path.find_first_of(pathDelimiters, end), path.size() - 1) + 1;
+        return end;
+    }
+    return path.size();
+}
+
+/// Cuts the last level off a full path, at whose end a delimiter may stand; false at its root.
+bool GoUp(GMString & path)
+{
+    if (path.size() <= RootLength(path))
+        return false;
+    path.pop_back(); // the delimiter, which a root needs
     path.erase(path.find_last_of(pathDelimiters) + 1);
+    return true;
 }
 
 } // namespace
@@ -42,23 +70,21 @@ FileIdentity::FileIdentity(GMString const & path)
 
 bool LiesWithin(GMString const & path, FileIdentity const & directory)
 {
-    if (!directory)
+    GMString upper = FullPath(path);
+    if (!directory || upper.empty())
         return false;
-    for (GMString upper = FullPath(path); !upper.empty(); GoUp(upper))
+    do
     {
         if (FileIdentity(upper) == directory)
             return true;
-    }
+    } while (GoUp(upper));
     return false;
 }
 
 bool LeadsUpward(GMString const & link)
 {
     GMString above = FullPath(link);
-    if (above.empty())
-        return false;
-    GoUp(above);
-    return !above.empty() && LiesWithin(above, FileIdentity(link));
+    return GoUp(above) && LiesWithin(above, FileIdentity(link));
 }
 
 } // namespace Velmora
