@@ -1,5 +1,6 @@
 #include "VelmoraCommon/files/GMTextWriter.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <string>
 #include <tuple>
@@ -23,29 +24,19 @@ constexpr unsigned int simplifiedChinese = 936;
 class LimitedFile : public GMFile
 {
 public:
-    explicit LimitedFile(GMString const & path, unsigned int limit = 100) : m_limit(limit)
+    explicit LimitedFile(GMString const & path, unsigned int writes = 100) : m_left(writes)
     {
         Create(path, GENERIC_WRITE, FILE_SHARE_READ, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL);
     }
 
     bool Write(void const * buffer, unsigned int toWrite, unsigned int & written) override
     {
-        return m_writes++ < m_limit && GMFile::Write(buffer, toWrite, written);
+        return m_left-- != 0 && GMFile::Write(buffer, toWrite, written);
     }
 
-    unsigned int m_writes = 0;
-
 private:
-    unsigned int m_limit;
+    unsigned int m_left; // writes
 };
-
-GMBuffer<unsigned char> Filled(std::string const & content)
-{
-    GMBuffer<unsigned char> buffer(static_cast<unsigned int>(content.size()));
-    content.copy(reinterpret_cast<char *>(buffer.m_data), content.size());
-    buffer.SetLength(buffer.m_capacity);
-    return buffer;
-}
 
 std::string Content(GMBuffer<unsigned char> const & buffer)
 {
@@ -76,7 +67,6 @@ TEST(GMTextWriter, WritesTheSameToFilesAndBuffers)
     using Write = void (*)(GMTextWriter & writer);
     std::tuple<char const *, bool, Write, std::string> const cases[] = {
         {"UTF-16 mark alone", true, [](GMTextWriter &) {}, "\xFF\xFE"},
-        {"nothing", false, [](GMTextWriter &) {}, ""},
         {"UTF-16", true,
          [](GMTextWriter & writer)
          {
@@ -120,12 +110,12 @@ TEST(GMTextWriter, WritesTheSameToFilesAndBuffers)
 TEST(GMTextWriter, GrowsABufferByHalfWhenItIsFull)
 {
     std::tuple<unsigned int, unsigned int, std::size_t, unsigned int> const cases[] = {
-        {0, 0, 0, 0},   {0, 0, 1, 1},   {0, 0, 3, 4},    {10, 3, 0, 10},
-        {10, 3, 6, 10}, {10, 3, 7, 15}, {10, 10, 1, 16}, {1, 1, 99, 150}};
+        {0, 0, 0, 0}, {0, 0, 3, 4}, {10, 3, 6, 10}, {10, 3, 7, 15}};
     for (auto const & [capacity, length, count, grown] : cases)
     {
         SCOPED_TRACE(count);
-        GMBuffer<unsigned char> buffer = Filled(std::string(capacity, 'b'));
+        GMBuffer<unsigned char> buffer(capacity);
+        std::fill_n(buffer.m_data, capacity, 'b');
         buffer.SetLength(length);
         GMTextWriter(buffer, false, L"").WriteString(GMString(count, L'x'), false, false);
         EXPECT_EQ(grown, buffer.m_capacity);
@@ -144,12 +134,9 @@ TEST(GMTextWriter, TellsWhatItCouldNotWrite)
     LimitedFile nothing(path, 0);
     EXPECT_EQ(markFailed, FailureOf([&] { GMTextWriter(nothing, true, L""); }));
     nothing.Close();
-
-    LimitedFile twoWrites(path, 2);
-    GMTextWriter writer(twoWrites, false, L"\n");
-    writer.WriteString(L"", false, false); // a write of no bytes, but a write
+    LimitedFile oneWrite(path, 1);
+    GMTextWriter writer(oneWrite, false, L"\n");
     EXPECT_EQ(writeFailed, FailureOf([&] { writer.WriteString(L"text", true, false); }));
-    EXPECT_EQ(3u, twoWrites.m_writes);
     EXPECT_EQ("text", ReadBytes(path)); // what went out stays out
 
     GMBuffer<unsigned char> buffer(1);

@@ -91,27 +91,22 @@ private:
 
 TEST_F(TreeWalkTest, TellsLinksByTheirTags)
 {
-    struct Case
+    for (DWORD const tag : {noTag, mountPoint, cloudFolder})
     {
-        DWORD tag;
-        bool isLink;
-    };
-    for (Case const & each : {Case{noTag, true}, {mountPoint, true}, {cloudFolder, false}})
-    {
-        SCOPED_TRACE(each.tag);
+        SCOPED_TRACE(tag);
+        bool const isLink = tag != cloudFolder;
         for (GMString const top : {L"tree", L"tagged"})
         {
             SCOPED_TRACE(testing::PrintToString(top));
             GMString const kept = folder.Write(top + L"\\tagged folder\\f", "12345");
             folder.Write(top + L"\\plain", "123");
-            s_tag = each.tag;
+            s_tag = tag;
             // Both are read and copied; what is deleted is a link's own place alone, which these
             // that are none don't have.
             EXPECT_EQ(8u, GMFilePathUtils::FileSizeRecursive(folder.File(top)));
-            EXPECT_EQ(!each.isLink,
-                      GMFileSystemUtils::RemoveDirectoryWithSubItems(folder.File(top)));
-            EXPECT_EQ(each.isLink, GMFilePathUtils::IsExistsFile(kept));
-            EXPECT_EQ(each.isLink && top == L"tagged",
+            EXPECT_EQ(!isLink, GMFileSystemUtils::RemoveDirectoryWithSubItems(folder.File(top)));
+            EXPECT_EQ(isLink, GMFilePathUtils::IsExistsFile(kept));
+            EXPECT_EQ(isLink && top == L"tagged",
                       GMFilePathUtils::IsExistsFile(folder.File(top + L"\\plain")));
         }
     }
