@@ -1,0 +1,32 @@
+#include "tools/common/ProgressLine.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "tools/common/Messages.h"
+
+using namespace Velmora;
+
+namespace Tools
+{
+
+void ProgressLine::Show(GMString line)
+{
+    CONSOLE_SCREEN_BUFFER_INFO info = {};
+    if (!GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &info))
+        return;
+    // The last column stays free, for a line that fills it may go on in the next one.
+    line.resize(std::min<std::size_t>(line.size(), info.dwSize.X > 1 ? info.dwSize.X - 1u : 0u));
+    std::size_t const width = line.size();
+    line.resize(std::max(width, m_width), L' '); // over the rest of a longer one
+    Write(stdout, L"\r" + line + (width == 0 ? L"\r" : L""));
+    m_width = width;
+}
+
+void ProgressLine::Clear()
+{
+    if (m_width != 0)
+        Show(GMString());
+}
+
+} // namespace Tools
