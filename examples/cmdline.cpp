@@ -7,7 +7,6 @@
 #include "VelmoraCommon/frame/WindowsApi.h"
 #include "VelmoraCommon/text/GMCmdLineParser.h"
 #include "VelmoraCommon/text/GMStringConvert.h"
-#include "VelmoraCommon/text/GMStringToken.h"
 
 using namespace Velmora;
 
@@ -20,11 +19,12 @@ void Print(GMString const & line) { std::puts(GMStringConvert::GMStringToUtf8(li
 
 int wmain(int, wchar_t **)
 {
-    // The parser wants the arguments alone, but with their quotes: so not those of wmain.
-    GMString program;
-    GMString arguments;
-    GMStringToken::SplitCommand(GetCommandLineW(), program, arguments);
-    GMCmdLineParser commandLine(arguments.c_str());
+    // The parser wants the arguments alone, but with their quotes: so not those of wmain. The first
+    // blank outside quotes ends the program's name, whatever the name looks like.
+    wchar_t const * arguments = GetCommandLineW();
+    for (bool isQuoted = false; *arguments != L'\0' && (isQuoted || *arguments > L' '); ++arguments)
+        isQuoted = isQuoted != (*arguments == L'"');
+    GMCmdLineParser commandLine(arguments);
 
     Print(L"All of it, in order:");
     for (auto const & [key, value] : commandLine.GetKeyValues())

@@ -17,7 +17,7 @@ rm -rf "$copy"
 code=0
 timeout --preserve-status -s INT 0.6 scripts/wine.sh build/mingw-x64/bin/treecopy.exe --workers 1 \
     'C:\windows\system32' "$(windows_path "$copy")" </dev/null >"$work/stopped.txt" || code=$?
-[ "$code" = 3 ] || [ "$code" = 0 ] || fail "treecopy ended with $code"
+[ "$code" = 4 ] || [ "$code" = 0 ] || fail "treecopy ended with $code"
 say "treecopy: $(tr -d '\r' <"$work/stopped.txt")"
 whole=0
 while read -r file; do

@@ -57,7 +57,7 @@ void AddStoredValues(GMRegFile & store, GMRegKey const & key, GMRegKey & record)
     for (GMRegValue const & value : key.GetValues())
     {
         auto const name = stored.find(value.GetName());
-        GMRegValue old(REG_SZ, name != stored.end() ? *name : value.GetName());
+        GMRegValue old(REG_NONE, name != stored.end() ? *name : value.GetName());
         if (name != stored.end())
             store.GetValue(*name, &old); // what can't be read is found when the record is checked
         else

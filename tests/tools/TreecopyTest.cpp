@@ -1,15 +1,12 @@
-#include <gtest/gtest.h>
-
 #include <cwchar>
-#include <string>
+#include <vector>
 
 #include "VelmoraCommon/files/GMFile.h"
 #include "VelmoraCommon/files/GMFilePathUtils.h"
-#include "VelmoraCommon/files/GMFindFile.h"
-#include "tests/support/ChildProcess.h"
 #include "tests/support/ChildTask.h"
 #include "tests/support/DirectoryLink.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/HostShell.h"
+#include "tests/tools/ToolTest.h"
 
 namespace Velmora::Testing
 {
@@ -17,30 +14,15 @@ namespace Velmora::Testing
 namespace
 {
 
-class Treecopy : public ::testing::Test
+class Treecopy : public ToolTest
 {
 protected:
-    Treecopy() { SetCurrentDirectoryW(m_folder.Path().c_str()); }
-    ~Treecopy() override { SetCurrentDirectoryW(L"C:\\"); }
-
-    void ExpectRun(DWORD code, wchar_t const * arguments, std::initializer_list<char const *> says)
-    {
-        EXPECT_EQ(code, RunProgram(m_program + arguments, L"output"));
-        std::string const output = ReadBytes(L"output");
-        for (char const * text : says)
-            EXPECT_NE(std::string::npos, output.find(text)) << text << "\n" << output;
-        EXPECT_NE('\r', output[0]) << "progress without a console";
-    }
-
     std::vector<GMString> Copied()
     {
         std::vector<GMString> entries;
         GMFilePathUtils::GetAllSons(L"to", entries);
         return entries;
     }
-
-    TemporaryFolder m_folder; // the current directory
-    std::wstring m_program = ProgramBeside(L"treecopy.exe") + L" ";
 };
 
 } // namespace
@@ -51,48 +33,52 @@ TEST_F(Treecopy, CopiesAllThatIsThere)
         {L"\\big", std::string(3000000, 'b')}, {L"\\a\\\x4E2D\xD83D\xDE00", "deep"}, {L"\\0", ""}};
     for (auto const & [name, bytes] : files)
         SetFileAttributesW(m_folder.Write(L"from" + name, bytes).c_str(), FILE_ATTRIBUTE_READONLY);
-    CreateDirectoryW(L"from\\none", nullptr);
-    m_folder.Write(L"to\\big", "old");
     m_folder.Write(L"to\\kept");
-    ExpectRun(0, L"--workers 3 from to\\", {"3 of 3 files, 2.9MB of 2.9MB copied into 3 dir"});
-    for (auto const & [name, bytes] : files)
+    GMString const left = m_folder.Write(L"to\\a\\~treecopy-000000010000000200000003-4.tmp");
+    SetFileAttributesW(left.c_str(), FILE_ATTRIBUTE_READONLY);
+    for (int run = 0; run < 2; ++run) // the second one finds read-only files in its way
     {
-        GMFileInfo from, to;
-        EXPECT_EQ(bytes, ReadBytes(L"to" + name));
-        EXPECT_TRUE(GMFindFile::FindFile(L"from" + name, from));
-        EXPECT_TRUE(GMFindFile::FindFile(L"to" + name, to) && to.IsReadOnly());
-        EXPECT_EQ(0, CompareFileTime(&from.GetModifyTime(), &to.GetModifyTime()));
+        Run(0, L"treecopy", L"--workers 3 from to\\",
+            "3 of 3 files, 2.9MB of 2.9MB copied into 2 dir");
+        for (auto const & [name, bytes] : files)
+        {
+            EXPECT_EQ(bytes, ReadBytes(L"to" + name));
+            EXPECT_EQ(GMFilePathUtils::GetFileModifyTime(L"from" + name),
+                      GMFilePathUtils::GetFileModifyTime(L"to" + name));
+        }
+        EXPECT_EQ(4u, Copied().size()) << "with what was there, and without temporary files";
+        EXPECT_FALSE(GMFilePathUtils::IsExists(left));
     }
-    EXPECT_EQ(5u, Copied().size()) << "with what was there, and without temporary files";
+    if (std::string const drive = HostPath(L"C:\\") + "/../dosdevices/q:"; drive[0] == '/')
+    {
+        RunOnHost("ln -s '" + HostPath(m_folder.File(L"to")) + "' '" + drive + "'");
+        Run(0, L"treecopy", L"from Q:\\", "3 of 3 files");
+        RunOnHost("rm '" + drive + "'");
+    }
 }
 
 TEST_F(Treecopy, NamesWhatFails)
 {
     for (wchar_t const * name : {L"from\\good", L"from\\locked", L"from\\way\\inside",
-                                 L"from\\taken", L"to\\way", L"to\\taken\\inside"})
+                                 L"from\\taken", L"to\\way", L"to\\taken\\inside", L"else\\where"})
         m_folder.Write(name);
-    DirectoryLink const link(m_folder.File(L"from\\link"), m_folder.File(L"from"));
+    DirectoryLink const circle(m_folder.File(L"from\\circle"), m_folder.Path() + L"\\from");
+    DirectoryLink const target(m_folder.File(L"from\\target"), m_folder.Path() + L"\\to");
+    DirectoryLink const link(m_folder.File(L"from\\link"), m_folder.Path() + L"\\else");
     GMFile lock;
     lock.Create(L"from\\locked", GENERIC_READ, 0, OPEN_EXISTING, 0);
-    ExpectRun(1, L"from to",
-              {"from\\locked: Sharing violation (code 32)",
-               "to\\way: ", "to\\taken: ", "from\\link: left out", "1 of 3 files", "3 failures"});
-    EXPECT_EQ(3u, Copied().size()) << "without temporary files";
-}
-
-TEST_F(Treecopy, RefusesBeforeAnythingIsCopied)
-{
-    m_folder.Write(L"from\\sub\\f");
-    DirectoryLink const link(m_folder.File(L"link"), m_folder.File(L"from\\sub"));
+    std::string const output = Run(1, L"treecopy", L"from to", "from\\locked: Sharing violation");
+    for (char const * says : {"to\\way: ", "to\\taken: ", "from\\circle: left out, a link that",
+                              "from\\target: left out, a link leads", "2 of 4 files", "5 failures"})
+        EXPECT_NE(output.npos, output.find(says)) << says << "\n" << output;
+    EXPECT_TRUE(GMFilePathUtils::IsExistsFile(L"to\\link\\where"));
+    EXPECT_EQ(4u, Copied().size()) << "without temporary files";
     for (wchar_t const * arguments :
-         {L"from from\\sub\\new\\deeper", L"from .\\FROM", L"from\\sub from", L"from link\\new",
-          L"missing to", L"from \"\""})
-        ExpectRun(1, arguments, {": "});
-    for (wchar_t const * arguments :
-         {L"from", L"--workers 0 from to", L"--workers 65 from to", L"--no from to"})
-        ExpectRun(2, arguments, {"treecopy [--workers N]"});
-    EXPECT_TRUE(Copied().empty());
-    EXPECT_FALSE(GMFilePathUtils::IsExists(L"from\\sub\\new"));
+         {L"from from\\way\\new", L"from\\way from", L"from from\\circle\\x", L"from .\\FROM",
+          L"missing to", L"\"\" to"})
+        Run(3, L"treecopy", arguments, ": ");
+    Run(2, L"treecopy", L"--workers 65 from to", "--workers: ");
+    EXPECT_FALSE(GMFilePathUtils::IsExists(L"from\\way\\new"));
 }
 
 namespace
@@ -142,7 +128,8 @@ TEST_F(Treecopy, LeavesWholeFilesWhenStopped)
         file.Create(L"from\\" + std::to_wstring(i), GENERIC_WRITE, 0, CREATE_NEW, 0);
         EXPECT_TRUE(file.SetLength(size));
     }
-    EXPECT_EQ(103u, RunProgram(interruptCopy.CommandLine(m_program + L"--workers 1 from to")));
+    EXPECT_EQ(104u, RunProgram(interruptCopy.CommandLine(ProgramBeside(L"treecopy.exe") +
+                                                         L" --workers 1 from to")));
     EXPECT_LT(Copied().size(), 40u);
     for (GMString const & path : Copied())
         EXPECT_EQ(size, GMFilePathUtils::FileSize(path)) << testing::PrintToString(path);

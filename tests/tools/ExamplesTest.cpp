@@ -1,0 +1,38 @@
+#include "tests/support/RegistrySandbox.h"
+#include "tests/support/RegistrySnapshot.h"
+#include "tests/tools/ToolTest.h"
+
+namespace Velmora::Testing
+{
+
+using Examples = ToolTest;
+
+TEST_F(Examples, ShowTheirFamily)
+{
+    Run(0, L"cmdline", L"-name=\"John Doe\" /Port:8080 -verbose Read.txt",
+        "  Read.txt\n  name = John Doe\n  port = 8080\n  verbose\nQuestions:\n"
+        "  there is a key \"verbose\"\n  the name is John Doe\n  the port after this one is 8081\n"
+        "With a key more:\n  Read.txt by=\"the example\" name=\"John Doe\" port=8080 verbose\n"
+        "It reads back as it is.\n");
+    Run(0, L"cmdline", L"-run=setup.exe -fast", "  fast\n  run = setup.exe\n");
+    m_folder.Write(L"from\\a\\b", "12345");
+    Run(0, L"copy_tree", L"from to", "1 files, 5 bytes\nAll of it came over.\n");
+    Run(0, L"dependencies", ProgramBeside(L"subject.dll"), "version 9.8.7.6\nnot signed\n");
+    ScratchKey const key;
+    std::string const path(key.Path().begin(), key.Path().end());
+    m_folder.Write(L"a.reg", "REGEDIT4\r\n[HKEY_CURRENT_USER\\" + path + "\\N]\r\n\"a\"=\"b\"\r\n");
+    Run(0, L"registry_undo", L"a.reg", "  -HKEY_CURRENT_USER\\" + path + "\\N\nTaken back.\n");
+    EXPECT_EQ("[]\n", RegistrySnapshot(HKEY_CURRENT_USER, key.Path()));
+}
+
+TEST_F(Examples, AndToolsAnswerAlike)
+{
+    for (std::wstring const tool : {L"reginstall", L"treecopy", L"peinspect"})
+    {
+        Run(0, tool, L"--help", "Usage: ");
+        Run(0, tool, L"--version", "11.0.");
+        Run(2, tool, L"x --no-such y", "not understood: --no-such\n");
+    }
+}
+
+} // namespace Velmora::Testing
