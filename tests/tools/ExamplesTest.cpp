@@ -16,7 +16,7 @@ TEST_F(Examples, ShowTheirFamily)
         "It reads back as it is.\n");
     Run(0, L"cmdline", L"-run=setup.exe -fast", "  fast\n  run = setup.exe\n");
     m_folder.Write(L"from\\a\\b", "12345");
-    Run(0, L"copy_tree", L"from to", "1 files, 5 bytes\nAll of it came over.\n");
+    Run(0, L"copy_tree", L"from to", "1 files, 5B\nAll of it came over.\n");
     Run(0, L"dependencies", ProgramBeside(L"subject.dll"), "version 9.8.7.6\nnot signed\n");
     ScratchKey const key;
     std::string const path(key.Path().begin(), key.Path().end());
@@ -31,7 +31,7 @@ TEST_F(Examples, AndToolsAnswerAlike)
     {
         Run(0, tool, L"--help", "Usage: ");
         Run(0, tool, L"--version", "11.0.");
-        Run(2, tool, L"x --no-such y", "not understood: --no-such\n");
+        Run(2, tool, L"--no-such", "not understood: --no-such\n");
     }
 }
 

@@ -33,7 +33,7 @@ TEST_F(Peinspect, TellsFirstWhatIsMissing)
           {L"sound.dll", sound}},
          1,
          "missing: V-Pad.dll (needed by game.exe, via a.dll; also by b.dll)\n"
-         "missing at first use: v-late.dll (needed by game.exe)\n\n",
+         "missing at first use: v-late.dll (needed by game.exe)\n",
          {"\\b.dll\n      a.dll: C:\\", "\\a.dll, as above\n      V-Pad.dll: MISSING\n",
           "\\sound.dll\n    KERNEL32.dll: C:\\windows\\sys",
           "v-late.dll: MISSING, at first use\n"}},
@@ -45,7 +45,7 @@ TEST_F(Peinspect, TellsFirstWhatIsMissing)
          "missing: api-ms-win-v-l1-1-0.dll (needed by game.exe)\n"
          "unusable: api-ms-\\..\\evil.dll: is a path, which isn't followed (needed by game.exe)\n"
          "unusable: \\\\v\\v.dll: is a path, which isn't followed (needed by game.exe)\n"
-         "unusable: v:v.dll: is a path, which isn't followed (needed by game.exe)\n\n",
+         "unusable: v:v.dll: is a path, which isn't followed (needed by game.exe)\n",
          {}},
         {"libraries of no use",
          {{L"game.exe", ProgramBytes({"text.dll", "cut.dll", "names.dll", "wide.dll", "v\n.dll"})},

@@ -101,7 +101,7 @@ TEST_F(Reginstall, RefusesBeforeAnythingChanges)
     m_before = Snapshot();
     std::pair<char const *, char const *> const cases[] = {
         {"[HKCR\\x]", "line 4: unknown root"},
-        {"[-HKEY_CURRENT_USER]", "line 4: a whole root"},
+        {"[-hkcu]", "line 4: a whole root"},
         {"[K\\x\\]", "line 4: a key without a name"},
         {"[K\\x", "line 4: a key without its end"},
         {"[-K\\x]\n\"v\"=-", "line 5: a value without a key"},

@@ -1,9 +1,7 @@
-#include <cwchar>
 #include <vector>
 
 #include "VelmoraCommon/files/GMFile.h"
 #include "VelmoraCommon/files/GMFilePathUtils.h"
-#include "tests/support/ChildTask.h"
 #include "tests/support/DirectoryLink.h"
 #include "tests/support/HostShell.h"
 #include "tests/tools/ToolTest.h"
@@ -49,8 +47,9 @@ TEST_F(Treecopy, CopiesAllThatIsThere)
         EXPECT_EQ(4u, Copied().size()) << "with what was there, and without temporary files";
         EXPECT_FALSE(GMFilePathUtils::IsExists(left));
     }
-    if (std::string const drive = HostPath(L"C:\\") + "/../dosdevices/q:"; drive[0] == '/')
+    if (std::string const root = HostPath(L"C:\\"); !root.empty())
     {
+        std::string const drive = root + "/../dosdevices/q:";
         RunOnHost("ln -s '" + HostPath(m_folder.File(L"to")) + "' '" + drive + "'");
         Run(0, L"treecopy", L"from Q:\\", "3 of 3 files");
         RunOnHost("rm '" + drive + "'");
@@ -79,60 +78,6 @@ TEST_F(Treecopy, NamesWhatFails)
         Run(3, L"treecopy", arguments, ": ");
     Run(2, L"treecopy", L"--workers 65 from to", "--workers: ");
     EXPECT_FALSE(GMFilePathUtils::IsExists(L"from\\way\\new"));
-}
-
-namespace
-{
-
-/// In a process with a console of its own: starts \p command on it, waits until it tells of a file
-/// copied, and presses Ctrl+C. \return the exit code, and 100 if the console showed the progress
-int InterruptCopy(std::wstring const & command)
-{
-    AllocConsole();
-    GMFile console;
-    console.Create(L"CONOUT$", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_WRITE, OPEN_EXISTING, 0);
-    SetHandleInformation(console.GetHandle(), HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);
-    SetStdHandle(STD_OUTPUT_HANDLE, console.GetHandle());
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION started = {};
-    std::wstring line = command;
-    CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
-                   &started);
-    bool progress = false;
-    while (!progress && WaitForSingleObject(started.hProcess, 10) == WAIT_TIMEOUT)
-    {
-        wchar_t shown[40] = {};
-        DWORD read;
-        ReadConsoleOutputCharacterW(console.GetHandle(), shown, 39, COORD(), &read);
-        progress = shown[0] >= L'1' && std::wcsstr(shown, L" of 40 files, ") != nullptr;
-    }
-    SetConsoleCtrlHandler(nullptr, TRUE); // not for this process
-    GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0);
-    WaitForSingleObject(started.hProcess, 60000);
-    DWORD code = 250;
-    GetExitCodeProcess(started.hProcess, &code);
-    return static_cast<int>(code) + (progress ? 100 : 0);
-}
-ChildTask const interruptCopy(L"InterruptCopy", &InterruptCopy);
-
-} // namespace
-
-TEST_F(Treecopy, LeavesWholeFilesWhenStopped)
-{
-    constexpr unsigned __int64 size = 64 << 20; // so that the stop comes in the middle of one
-    CreateDirectoryW(L"from", nullptr);
-    for (int i = 0; i < 40; ++i)
-    {
-        GMFile file;
-        file.Create(L"from\\" + std::to_wstring(i), GENERIC_WRITE, 0, CREATE_NEW, 0);
-        EXPECT_TRUE(file.SetLength(size));
-    }
-    EXPECT_EQ(104u, RunProgram(interruptCopy.CommandLine(ProgramBeside(L"treecopy.exe") +
-                                                         L" --workers 1 from to")));
-    EXPECT_LT(Copied().size(), 40u);
-    for (GMString const & path : Copied())
-        EXPECT_EQ(size, GMFilePathUtils::FileSize(path)) << testing::PrintToString(path);
 }
 
 } // namespace Velmora::Testing
