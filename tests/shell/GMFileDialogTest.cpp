@@ -26,18 +26,6 @@ struct Slots
     };
 };
 
-/// The shell opens a key at its first use and keeps it; that is no leak.
-class UseShellOnce : public ::testing::Environment
-{
-    void SetUp() override
-    {
-        ComApartment const apartment(COINIT_APARTMENTTHREADED);
-        ComPtr<IShellItem> item;
-        SHCreateItemFromParsingName(L"C:\\", nullptr, IID_PPV_ARGS(item.GetAddressOf()));
-    }
-};
-auto * const s_use = ::testing::AddGlobalTestEnvironment(new UseShellOnce);
-
 HRESULT s_shown;
 ComPtr<IFileDialog> s_dialog; // the last one made
 std::vector<std::wstring> s_chosen;
