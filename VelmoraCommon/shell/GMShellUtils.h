@@ -133,13 +133,103 @@ public:
     /// \return at most 259 units; empty on failure
     static GMString GetSpecialFolderPath(int folder);
 
+    // Of the current user (CU) or of all users (AU); empty on failure.
+
+    static GMString GetCUDesktopDirectory();
+    static GMString GetAUDesktopDirectory();
+    static GMString GetCUStartProgramsDirectory();
+    static GMString GetAUStartProgramsDirectory();
+    static GMString GetCUFavoritesDirectory();
+    static GMString GetCURecentDirectory();
+    static GMString GetCUCookiesDirectory();
+    static GMString GetCUAppDataDirectory();
+    static GMString GetCULocalAppDataDirectory();
+    /// The directory above the local application data.
+    static GMString GetCULocalSettingsDirectory();
+    static GMString GetCUQuickLaunchDirectory();
+    static GMString GetAUQuickLaunchDirectory();
+
+    /// Shows a directory in Explorer, or a file selected in its directory.
+    /// \return false for a path that is neither, and for a directory that the shell can't open
+    static bool Explorer(GMString const & path);
+
+    /// Selects a file or directory in Explorer. For one that is missing its directory is shown, and
+    /// made if that is missing, too.
+    /// \return whether \p path exists
+    static bool Locate(GMString const & path);
+
+    /// Gives a directory a custom icon by the settings file in it; makes the directory if it is missing.
+    /// \param icon a file whose first icon counts
+    /// \return true
+    static bool CreateIconFolder(GMString const & folder, GMString const & icon);
+
+    // Browsers.
+
+    /// The command line that opens a file type (".txt") or a protocol ("http").
+    ///
+    /// Since Windows Vista the user's choice alone counts; on older systems the machine's entry does,
+    /// with its aliases.
+    /// \param executableOnly whether to give its program alone
+    /// \return empty if there is none
+    static GMString GetShellCommand(GMString const & name, bool executableOnly);
+
+    /// Path of the program that opens web pages; that of GetIEPath if it isn't there.
+    static GMString GetSystemDefaultBrowerPath();
+
+    /// Path of the browser that came with Windows; empty if it isn't there.
+    static GMString GetIEPath();
+
+    /// These two open \p url in the program that the user has for it. The window has no effect.
+    static void OpenUrlByShell(GMString const & url);
+    static void OpenUrl(GMString const & url, HWND window);
+
+    /// \param type 0 as OpenUrlByShell, 1 in the browser that came with Windows; others do nothing
+    static void OpenUrlType(GMString const & url, int type);
+
+    /// Sets a feature of the browser control for a program of the current user.
+    /// \param name file name of the program, or "*"
+    /// \return whether it was written: false also if the value was there already
+    static bool SetFeatureControl(GMString const & feature, GMString const & name,
+                                  unsigned long value);
+
+    /// The same for the version that the browser control emulates (11001, say).
+    static void SetIEEmulation(GMString const & name, unsigned int value);
+
+    // Pinning. COM has to be ready on the thread.
+
+    /// Runs the verb that pins a program to the taskbar, by its name in the system's language. Above
+    /// Windows 8.1 the verb is run in a window of Explorer, so one has to be open.
+    /// \param folder full path of the directory of \p file
+    /// \param file name of the program or shortcut
+    /// \param second the verb that takes it off again
+    /// \return false if the file doesn't offer the verb
+    static bool PinToTaskBar(GMString const & folder, GMString const & file, bool second);
+
+    /// Takes a program off the taskbar and the start menu.
+    static bool UnPinFromTaskBar(GMString const & path);
+
+    // Icons.
+
+    /// The shell's icon for a path, small (\p size below 32) or large, by the name alone: the file need
+    /// not exist. The caller owns it; null on failure.
+    static HICON GetIcon(GMString const & path, int size);
+
+    /// The icon of what \p path names, \p size pixels wide and high or more. The caller owns the bitmap;
+    /// null on failure. COM has to be ready on the thread.
+    static HBITMAP GetIconByImageFactory(GMString const & path, int size);
+
     // Windows.
+
+    /// Lets \p message from programs with fewer rights reach this process's windows, or no longer.
+    /// \return false also before Windows Vista, which lets all pass
+    static bool AllowMeesageForNT6(unsigned int message, bool allow);
 
     /// Hook for the classic file dialogs (`OFN_ENABLEHOOK` with `OFN_EXPLORER`): centres the dialog
     /// on its owner and hides "open as read-only". \return 0, so that the dialog goes on
     static UINT_PTR CALLBACK OFNCenterWindow(HWND dialog, UINT message, WPARAM, LPARAM);
 
 private:
+    static bool PinToTaskBarEx(GMString const & folder, GMString const & file, bool second);
     static bool CheckFlag(_SID const * user, std::vector<_SID *> const & groups,
                           _SID const * aceSid, unsigned int aceMask, unsigned int mode,
                           std::vector<unsigned int> const & rights);

@@ -1,11 +1,27 @@
 #include "VelmoraCommon/shell/GMShellUtils.h"
 
+#include "VelmoraCommon/frame/internal/SystemFunction.h"
+#include "VelmoraCommon/shell/internal/ScrambledText.h"
 #include "VelmoraCommon/shell/internal/WindowPlacement.h"
 
 #include <dlgs.h>
 
 namespace Velmora
 {
+
+namespace
+{
+
+constexpr ScrambledText windowModule(L"user32.dll", 71);
+
+} // namespace
+
+bool GMShellUtils::AllowMeesageForNT6(unsigned int message, bool allow)
+{
+    SystemFunction<decltype(::ChangeWindowMessageFilter)> const changeFilter(
+        windowModule().c_str(), "ChangeWindowMessageFilter");
+    return changeFilter && changeFilter(message, allow ? MSGFLT_ADD : MSGFLT_REMOVE);
+}
 
 UINT_PTR CALLBACK GMShellUtils::OFNCenterWindow(HWND dialog, UINT message, WPARAM, LPARAM)
 {
