@@ -95,6 +95,9 @@ public:
     /// Whether this is a 32-bit process on a 64-bit system.
     static bool IsRunningUnderWow64();
 
+    /// Whether the session at the machine's own screen is locked; false where that can't be asked.
+    static bool IsSessionLocked();
+
     /// Whether this process belongs to a session of a remote desktop, as its environment says.
     static bool IsRemoteDesktop();
 

@@ -1,5 +1,6 @@
 #include "VelmoraCommon/shell/GMShellUtils.h"
 
+#include "VelmoraCommon/detect/system/GMSystemInfo.h"
 #include "VelmoraCommon/files/GMFileName.h"
 #include "VelmoraCommon/files/GMFilePathUtils.h"
 #include "VelmoraCommon/frame/internal/SpecialFolder.h"
@@ -27,21 +28,10 @@ constexpr ScrambledText browserKey(L"Software\\Microsoft\\Internet Explorer\\Mai
 constexpr ScrambledText featureKey(L"\\FeatureControl\\", -3);
 constexpr ScrambledText emulationKey(L"\\FeatureControl\\FEATURE_BROWSER_EMULATION", 44);
 
-constexpr unsigned long firstWithChoices = 6; // Windows Vista: the user's choice counts
+constexpr unsigned int firstWithChoices = 6; // Windows Vista: the user's choice counts
 
 /// A file type names another one, and so on; a ring of them ends here.
 constexpr int longestAliasRow = 32;
-
-/// The major version of the system, 0 if it can't be read; asked once.
-unsigned long SystemMajorVersion()
-{
-    static unsigned long s_major = 0;
-    OSVERSIONINFOEXW version = {};
-    version.dwOSVersionInfoSize = sizeof(version);
-    if (s_major == 0 && GetVersionExW(reinterpret_cast<OSVERSIONINFOW *>(&version)))
-        s_major = version.dwMajorVersion;
-    return s_major;
-}
 
 /// A value's text; empty on failure.
 GMString ReadText(HKEY root, GMString const & path, GMString const & name, REGSAM access)
@@ -118,8 +108,9 @@ GMString GMShellUtils::GetShellCommand(GMString const & name, bool executableOnl
         return GMString();
     GMString lower = name;
     GMStringUtils::MakeLower(lower);
-    GMString const command =
-        SystemMajorVersion() >= firstWithChoices ? ChosenCommand(lower) : CommonCommand(name);
+    GMString const command = GMSystemInfo::GetWindowsMajorVersion() >= firstWithChoices
+                                 ? ChosenCommand(lower)
+                                 : CommonCommand(name);
     return executableOnly ? ProgramOf(command) : command;
 }
 

@@ -58,10 +58,8 @@ bool GMShellUtils::PinToTaskBar(GMString const & folder, GMString const & file, 
 {
     if (folder.empty() || file.empty())
         return false;
-    int major = 0;
-    int minor = 0;
-    int build = 0;
-    GMSystemInfo::GetWindowsVersion(major, minor, build);
+    unsigned int major = 0;
+    GMSystemInfo::GetWindowsVersion(&major, nullptr);
     if (major > 6)
         return PinToTaskBarEx(folder, file, second);
     GMString const name = VerbName(second);

@@ -1,13 +1,17 @@
 #include "VelmoraCommon/shell/GMShellUtils.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <cwchar>
 
+#include "VelmoraCommon/detect/system/GMSystemInfo.h"
 #include "VelmoraCommon/frame/internal/SystemFunction.h"
 #include "VelmoraCommon/registry/GMRegFile.h"
 #include "VelmoraCommon/shell/internal/ScrambledText.h"
 
 #include <shlobj.h>
+#include <wtsapi32.h>
 
 namespace Velmora
 {
@@ -25,6 +29,16 @@ constexpr ScrambledText sessionVariable(L"SESSIONNAME", -90);
 constexpr ScrambledText remotePrefix(L"RDP-Tcp#", 12);
 
 constexpr DWORD firstWithAccountControl = 6; // Windows Vista
+
+/// The begin of WTSINFOEXW, which not every SDK has: its data are aligned as its times are.
+constexpr auto sessionInfoEx = static_cast<WTS_INFO_CLASS>(25); // WTSSessionInfoEx
+struct SessionInfo
+{
+    DWORD level;
+    alignas(8) ULONG session;
+    int state;
+    LONG flags;
+};
 
 /// Under the emulation of 32 bits; false where the system can't tell.
 bool AsksEmulation(HANDLE process, bool & emulated)
@@ -145,6 +159,29 @@ bool GMShellUtils::IsRunningUnderWow64()
 {
     bool emulated = false;
     return AsksEmulation(GetCurrentProcess(), emulated) && emulated;
+}
+
+bool GMShellUtils::IsSessionLocked()
+{
+    SystemFunction<decltype(::WTSQuerySessionInformationW)> const query(
+        L"wtsapi32.dll", "WTSQuerySessionInformationW");
+    SystemFunction<decltype(::WTSFreeMemory)> const freeMemory(L"wtsapi32.dll", "WTSFreeMemory");
+    wchar_t * data = nullptr;
+    DWORD size = 0;
+    if (!query || !freeMemory ||
+        !query(WTS_CURRENT_SERVER_HANDLE, WTSGetActiveConsoleSessionId(), sessionInfoEx, &data,
+               &size))
+    {
+        return false;
+    }
+    SessionInfo info = {};
+    std::memcpy(&info, data, std::min<std::size_t>(size, sizeof(info)));
+    freeMemory(data);
+    if (size == 0)
+        return false;
+    // Windows 7 tells it the wrong way round, and the flags of a record of another level aren't known.
+    LONG const flags = info.level == 1 ? info.flags : 0;
+    return flags == (GMSystemInfo::GetWindowsMajorVersion() == 10 ? 1 : 0);
 }
 
 bool GMShellUtils::IsRemoteDesktop()
