@@ -13,11 +13,16 @@ void MeasurePinyin(Report & report);
 void MeasureRegInstall(Report & report);
 void MeasureRegRecords(Report & report);
 void MeasureRegText(Report & report);
+void MeasureShell(Report & report);
 void MeasureStrings(Report & report);
 void MeasureTextFiles(Report & report);
 void MeasureThreads(Report & report);
 void MeasureTokens(Report & report);
 void MeasureTrees(Report & report);
 void MeasureUrls(Report & report);
+
+/// The program started with this option is a child that fills its output, for MeasureShell.
+constexpr wchar_t floodOption[] = L"--flood";
+int Flood();
 
 } // namespace Velmora::Benchmarks

@@ -1,4 +1,5 @@
 #include <cstdio>
+#include <cstring>
 
 #include "benchmarks/Families.h"
 
@@ -8,6 +9,8 @@ using namespace Velmora::Benchmarks;
 // every bar was met, else with 1.
 int main(int argc, char ** argv)
 {
+    if (argc > 1 && std::strcmp(argv[1], "--flood") == 0)
+        return Flood();
     Report report(argc > 1 ? argv[1] : "");
     MeasureBuffers(report);
     MeasureEncodings(report);
@@ -16,6 +19,7 @@ int main(int argc, char ** argv)
     MeasureRegInstall(report);
     MeasureRegRecords(report);
     MeasureRegText(report);
+    MeasureShell(report);
     MeasureStrings(report);
     MeasureTextFiles(report);
     MeasureThreads(report);

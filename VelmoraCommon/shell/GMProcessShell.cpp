@@ -133,24 +133,32 @@ bool GMProcessShell::ReadJoin(std::string & out, std::string & err, unsigned lon
     // so a pass looks again and again, as long as it lasts.
     unsigned long passes = timeoutMs == INFINITE ? INFINITE : timeoutMs / passMilliseconds;
     unsigned int idle = 0;
-    for (; passes != 0; --passes)
+    auto const look = [&]
     {
-        for (ULONGLONG const begin = GetTickCount64(); GetTickCount64() - begin < passMilliseconds;)
+        bool const outputCame = AppendWaiting(m_outputRead, out);
+        bool const errorCame = AppendWaiting(m_errorRead, err);
+        return outputCame || errorCame;
+    };
+    bool ended = false;
+    for (; passes != 0 && !ended; --passes)
+    {
+        ULONGLONG const begin = GetTickCount64();
+        do
         {
-            bool const outputCame = AppendWaiting(m_outputRead, out);
-            bool const errorCame = AppendWaiting(m_errorRead, err);
-            idle = outputCame || errorCame ? 0 : idle + 1;
-            if (Join(idle < busyLooks ? 0 : std::min(idle - busyLooks, longestWait)))
+            if (look())
             {
-                AppendWaiting(m_outputRead, out);
-                AppendWaiting(m_errorRead, err);
-                return true;
+                idle = 0;
+                continue;
             }
-            if (idle != 0)
-                SwitchToThread();
-        }
+            ended = Join(idle < busyLooks ? 0 : std::min(idle - busyLooks, longestWait));
+            ++idle;
+            SwitchToThread();
+        } while (!ended && GetTickCount64() - begin < passMilliseconds);
+        ended = ended || Join(0); // a child that ended may have left others who write
     }
-    return false;
+    if (ended)
+        look();
+    return ended;
 }
 
 bool GMProcessShell::Join(unsigned long timeoutMs)

@@ -42,7 +42,7 @@ constexpr std::uint32_t hasList = 1;
 // A list of items is as long as 16 bits can say. What its items hold is for the shell to read, and
 // zeros behind the list keep a damaged item from leading it out of our memory at once.
 constexpr std::size_t longestList = 0x10000;
-constexpr std::size_t padding = 0x10000;
+constexpr std::size_t padding = 1024;
 
 /// Whether the list of items at \p offset comes to its end within the first \p size bytes. Each item
 /// begins with its size in 16 bits; 0 is the end.
