@@ -17,9 +17,8 @@ void GMFuncTaskList::AddFunc(void (*func)(void *), void * param)
     {
         GMMutexLock const lock(&m_mutex);
         m_funcs.emplace_back(func, param);
-        OpenTaskThread();
     }
-    Announce(); // the worker that wakes needs the mutex at once
+    AddOneWork(); // without the mutex, which each worker needs, also one that has to end first
 }
 
 void GMFuncTaskList::DoOneWork()

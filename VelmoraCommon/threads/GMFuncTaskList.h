@@ -29,7 +29,7 @@ public:
     /// points to stays the caller's; a null \p func is ignored.
     ///
     /// If the system gives no worker thread, the call waits in the queue, and the next AddFunc tries
-    /// again.
+    /// again. If there is no memory for the call itself, nothing is added.
     /// \throws std::bad_alloc
     void AddFunc(void (*func)(void *), void * param);
 
@@ -37,7 +37,7 @@ protected:
     void DoOneWork() override;
 
 private:
-    GMMutex m_mutex;                                         // guards the queue and the opening
+    GMMutex m_mutex;                                         // guards the queue
     std::deque<std::pair<void (*)(void *), void *>> m_funcs; // oldest in front
 };
 

@@ -1,6 +1,7 @@
 #include "VelmoraCommon/threads/GMTaskList.h"
 
 #include <memory>
+#include <new>
 #include <utility>
 
 #include "VelmoraCommon/frame/WindowsApi.h"
@@ -17,7 +18,8 @@ constexpr unsigned int mostAnnounced = 64;
 GMTaskList::GMTaskList(unsigned int threadCount)
     : m_running(false),
       m_firstThread(nullptr),
-      m_threadCount(threadCount)
+      m_threadCount(threadCount),
+      m_opening(false)
 {
     m_exitEvent.Create(true, false, nullptr, nullptr);
     m_workSemaphore.Create(0, mostAnnounced);
@@ -27,40 +29,57 @@ GMTaskList::~GMTaskList() { CloseTaskThread(INFINITE); }
 
 bool GMTaskList::OpenTaskThread()
 {
-    if (m_running)
+    // One caller opens; the others, who may be the workers that it waits for, leave it to that one.
+    if (m_running || m_opening.Exchange(true))
         return true;
+    bool const isOpen = m_running || StartWorkers();
+    m_opening = false;
+    return isOpen;
+}
 
-    for (GMThread *& worker : m_threads)
+/// Without the memory for a worker it is as if the system gave none.
+bool GMTaskList::StartWorkers()
+{
+    // The calling worker can't wait for itself; it is in the middle of a piece and stays.
+    auto kept = m_threads.begin();
+    for (GMThread * const each : m_threads)
     {
-        std::unique_ptr<GMThread> const ending(std::exchange(worker, nullptr));
-        if (ending != nullptr)
-            ending->Join();
+        std::unique_ptr<GMThread> worker(each);
+        if (worker == nullptr)
+            continue;
+        if (worker->GetThreadID() == GMThread::GetCurrentThreadID())
+            *kept++ = worker.release();
+        else
+            worker->Join();
     }
-    m_threads.clear();
-    m_firstThread = nullptr;
+    m_threads.erase(kept, m_threads.end());
     m_exitEvent.Reset();
 
-    m_threads.reserve(m_threadCount);
-    for (unsigned int i = 0; i < m_threadCount; ++i)
+    m_running = true; // first, since a worker may serve or end before the next one is started
+    try
     {
-        auto worker = std::make_unique<GMThread>(&ThreadFunc, this);
-        if (worker->Start())
-            m_threads.push_back(worker.release());
+        m_threads.reserve(m_threadCount);
+        for (std::size_t i = m_threads.size(); i < m_threadCount; ++i)
+        {
+            auto worker = std::make_unique<GMThread>(&ThreadFunc, this);
+            if (worker->Start())
+                m_threads.push_back(worker.release());
+        }
     }
+    catch (std::bad_alloc const &)
+    {
+    }
+    m_firstThread = m_threads.empty() ? nullptr : m_threads.front();
     if (m_threads.empty())
-        return false;
-    m_firstThread = m_threads.front();
-    m_running = true;
-    return true;
+        m_running = false;
+    return !m_threads.empty();
 }
 
 void GMTaskList::AddOneWork()
 {
     OpenTaskThread();
-    Announce();
+    m_workSemaphore.Release();
 }
-
-void GMTaskList::Announce() { m_workSemaphore.Release(); }
 
 void GMTaskList::ExitTaskThread()
 {
@@ -90,7 +109,7 @@ bool GMTaskList::CloseTaskThread(unsigned int timeoutMs)
 void GMTaskList::ThreadFunc(void * self)
 {
     auto & list = *static_cast<GMTaskList *>(self);
-    unsigned long code = 1;
+    unsigned int code = 1;
     try
     {
         code = list.Work();
@@ -102,11 +121,11 @@ void GMTaskList::ThreadFunc(void * self)
             list.m_running = false;
     }
     // Not back to the thread's entry: after a close that didn't wait, its GMThread is gone.
-    ExitThread(code);
+    GMThread::Exit(code);
 }
 
 /// Serves until the list is closed; answers the thread's exit code.
-unsigned long GMTaskList::Work()
+unsigned int GMTaskList::Work()
 {
     constexpr DWORD closing = WAIT_OBJECT_0; // the event stands first, so it wins over the work
     constexpr DWORD work = WAIT_OBJECT_0 + 1;

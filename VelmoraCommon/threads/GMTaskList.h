@@ -24,10 +24,12 @@ namespace Velmora
 /// An exception that leaves DoOneWork ends its worker, and the others go on. If it was the last
 /// one, nothing is done until the list has been closed and gets work again.
 ///
-/// Opening, announcing and closing don't guard themselves: call them one at a time. The list must
-/// outlive its workers, also those that a close with a short time limit didn't wait for. A derived
-/// class closes the list in its destructor, before its queue is gone. A copy would share the
-/// workers and close them twice, so pass the list by reference.
+/// Any threads, the workers too, may open and announce at the same time, but not while the list is
+/// being closed. The list must outlive its workers, also those that a close with a short time limit
+/// didn't wait for. With several workers let a close wait: one that is left behind may go on as a
+/// further worker once the list is open again, and no close waits for that one. A derived class
+/// closes the list in its destructor, before its queue is gone. A copy would share the workers and
+/// close them twice, so pass the list by reference.
 class VELMORA_API GMTaskList
 {
 public:
@@ -51,9 +53,10 @@ protected:
     /// Takes and does one piece of work. Called on a worker, with several workers at the same time.
     virtual void DoOneWork() = 0;
 
-    /// Starts the workers, unless they run. Workers on their way out are waited for without limit
-    /// first, so don't hold what their work needs.
-    /// \return false if not one could be started
+    /// Starts the workers, unless they run or another thread is about to start them. Workers on their
+    /// way out are waited for without limit first, so don't hold what their work needs. A worker that
+    /// calls this on its own way out stays instead, as one of the new ones.
+    /// \return false if not one could be started, also for want of memory
     bool OpenTaskThread();
 
     /// Announces one piece of work, and starts the workers if need be.
@@ -75,16 +78,15 @@ private:
             return *this;
         }
         operator bool() const { return m_value; }
+        bool Exchange(bool value) { return m_value.exchange(value); }
 
     private:
         std::atomic<bool> m_value;
     };
 
-    friend class GMFuncTaskList; // opens under its lock, and announces outside of it
-
+    bool StartWorkers();
     static void ThreadFunc(void * self);
-    unsigned long Work();
-    void Announce();
+    unsigned int Work();
 
     Flag m_running; // there are workers, and none has begun to end
     GMBaseEvent m_exitEvent;
@@ -92,6 +94,7 @@ private:
     GMThread * m_firstThread;          // null when the list is closed
     std::vector<GMThread *> m_threads; // owned; null for a worker that has been closed
     unsigned int m_threadCount;
+    Flag m_opening; // a caller is about to start the workers
 };
 
 } // namespace Velmora

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <numeric>
 #include <vector>
 
@@ -244,8 +245,114 @@ TEST(GMFuncTaskList, RunsCallsSideBySideOnSeveralWorkers)
     third.mayEnd.Give();
 }
 
+namespace
+{
+
+/// A list that its calls can tell to exit.
+class ExitingList : public GMFuncTaskList
+{
+public:
+    using GMFuncTaskList::GMFuncTaskList;
+    using GMTaskList::ExitTaskThread;
+};
+
+/// A call that adds another one to its list as soon as the test lets it.
+struct Adder
+{
+    GMFuncTaskList & list;
+    Signal runs{}, mayAdd{}, added{}, done{};
+
+    static void Run(void * self)
+    {
+        auto & adder = *static_cast<Adder *>(self);
+        adder.runs.Give();
+        adder.mayAdd.Comes();
+        adder.list.AddFunc([](void * each) { static_cast<Adder *>(each)->done.Give(); }, self);
+        adder.added.Give();
+    }
+};
+
+int g_mallocs;
+int g_mallocToFail; // 0 for none
+void * (*g_malloc)(std::size_t);
+void * FailingMalloc(std::size_t size)
+{
+    return ++g_mallocs == g_mallocToFail ? nullptr : g_malloc(size);
+}
+
+std::atomic<int> g_ends;
+void (*g_endThread)(unsigned int);
+void CountedEnd(unsigned int code)
+{
+    ++g_ends;
+    g_endThread(code);
+}
+
+} // namespace
+
+// The worker on its way out opens the list anew itself, or while another caller waits for its end.
+TEST(GMFuncTaskList, TakesCallsFromAWorkerOnItsWayOut)
+{
+    for (bool const otherOpens : {false, true})
+    {
+        SCOPED_TRACE(otherOpens);
+        WaitWatch watch;
+        ExitingList list(2);
+        Blocker leaves;
+        Adder stays{list};
+        list.AddFunc(&Blocker::Run, &leaves);
+        list.AddFunc(&Adder::Run, &stays);
+        ASSERT_TRUE(leaves.runs.Comes() && stays.runs.Comes());
+        list.ExitTaskThread();
+        leaves.mayEnd.Give();
+        ASSERT_TRUE(leaves.WorkerEnds());
+        Background const opener(
+            [&]
+            {
+                watch.Begin();
+                if (otherOpens)
+                    list.AddFunc([](void *) {}, nullptr);
+            });
+        ASSERT_TRUE(!otherOpens || watch.Comes());
+        stays.mayAdd.Give();
+        EXPECT_TRUE(stays.added.Comes());
+        EXPECT_TRUE(stays.done.Comes());
+    }
+}
+
+TEST(GMFuncTaskList, LosesNoCallForWantOfMemory)
+{
+    for (int call = 1; call == 1 || g_mallocs >= g_mallocToFail; ++call)
+    {
+        SCOPED_TRACE(call);
+        Signal first, second;
+        auto const give = [](void * signal) { static_cast<Signal *>(signal)->Give(); };
+        bool isAdded = true;
+        GMFuncTaskList list(2);
+        {
+            ImportHook const hook("malloc", &FailingMalloc, g_malloc, L"libstdc++-6.dll");
+            g_mallocs = 0;
+            g_mallocToFail = call;
+            try
+            {
+                list.AddFunc(give, &first);
+            }
+            catch (std::bad_alloc const &)
+            {
+                isAdded = false;
+            }
+        }
+        list.AddFunc(give, &second);
+        EXPECT_TRUE(second.Comes());
+        EXPECT_EQ(isAdded, isAdded ? first.Comes() : !first.StaysOut());
+    }
+}
+
 TEST(GMTaskList, OpensAnewAfterAnExitThatDidntWait)
 {
+    // The run time has to know of a thread's end.
+    ImportHook const hook("_endthreadex", &CountedEnd, g_endThread);
+    g_ends = 0;
     class List : public GMTaskList
     {
     public:
@@ -270,6 +377,7 @@ TEST(GMTaskList, OpensAnewAfterAnExitThatDidntWait)
     list.ExitTaskThread();
     while (list.m_works.StaysOut()) // a piece may still find the workers on their way out
         list.AddOneWork();
+    EXPECT_EQ(3, g_ends);
 }
 
 namespace
