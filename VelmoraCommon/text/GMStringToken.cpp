@@ -1,6 +1,7 @@
 #include "VelmoraCommon/text/GMStringToken.h"
 
 #include <algorithm>
+#include <iterator>
 #include <string_view>
 #include <utility>
 
@@ -65,11 +66,14 @@ void VisitTokens(std::wstring_view text, std::wstring_view delimiters, Visit vis
         visit(text.substr(begin));
 }
 
-/// Room for \p count further elements at once, growing as push_back does when called often.
-void ReserveMore(std::vector<GMString> & out, std::size_t count)
+/// Adds the results of a call only when all are there: \p out may hold the text that it reads.
+void Append(std::vector<GMString> & out, std::vector<GMString> && results)
 {
-    if (count > out.capacity() - out.size())
-        out.reserve(std::max(out.size() + count, 2 * out.capacity()));
+    if (out.empty())
+        out = std::move(results);
+    else
+        out.insert(out.end(), std::move_iterator(results.begin()),
+                   std::move_iterator(results.end()));
 }
 
 GMString Trimmed(GMString text, wchar_t const * units)
@@ -123,19 +127,23 @@ void GMStringToken::StringToken(GMString const & text, GMString const & delimite
 {
     std::size_t count = 0;
     VisitTokens(text, delimiters, [&count](std::wstring_view) { ++count; });
-    ReserveMore(out, count);
-    VisitTokens(text, delimiters, [&out](std::wstring_view token) { out.emplace_back(token); });
+    std::vector<GMString> tokens;
+    tokens.reserve(count);
+    VisitTokens(text, delimiters, [&](std::wstring_view token) { tokens.emplace_back(token); });
+    Append(out, std::move(tokens));
 }
 
 void GMStringToken::StringToArray(GMString const & text, wchar_t separator,
                                   std::vector<GMString> & out)
 {
+    std::vector<GMString> fields;
     for (Position begin = 0; begin < text.size();)
     {
         Position const end = std::min(text.find(separator, begin), text.size());
-        out.emplace_back(text, begin, end - begin);
+        fields.emplace_back(text, begin, end - begin);
         begin = end + 1;
     }
+    Append(out, std::move(fields));
 }
 
 void GMStringToken::StringTokenToMap(GMString const & text, GMString const & delimiters,
@@ -242,6 +250,7 @@ void GMStringToken::StringToFileNameArray(GMString const & text, std::vector<GMS
     if (text.empty())
         return;
 
+    std::vector<GMString> names;
     GMString name;
     bool isQuoted = false;
     for (wchar_t const unit : text)
@@ -255,7 +264,7 @@ void GMStringToken::StringToFileNameArray(GMString const & text, std::vector<GMS
             if (trim)
                 GMStringUtils::Trim(name, whiteSpace);
             if (!name.empty())
-                out.push_back(name);
+                names.push_back(name);
             name.clear();
         }
         else
@@ -265,7 +274,8 @@ void GMStringToken::StringToFileNameArray(GMString const & text, std::vector<GMS
     }
     if (trim)
         GMStringUtils::Trim(name, whiteSpace);
-    out.push_back(std::move(name));
+    names.push_back(std::move(name));
+    Append(out, std::move(names));
 }
 
 GMString GMStringToken::FileNameArrayToString(std::vector<GMString> const & names)

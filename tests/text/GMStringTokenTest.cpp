@@ -45,6 +45,22 @@ TEST(GMStringToken, SplitsBySeparators)
     }
 }
 
+TEST(GMStringToken, ReadsTextsThatItsResultsHold)
+{
+    GMString const text = L"some units;more units";
+    auto const byArray = [](GMString const & s, GMString const & marks, Texts & out)
+    { Token::StringToArray(s, marks[0], out); };
+    auto const byNames = [](GMString const & s, GMString const & marks, Texts & out)
+    { Token::StringToFileNameArray(s, out, marks[0], false); };
+    using Split = void (*)(GMString const &, GMString const &, Texts &);
+    for (Split const split : {Split(Token::StringToken), Split(byArray), Split(byNames)})
+    {
+        Texts texts{text}; // full, so that it moves as it grows
+        split(texts[0], L";", texts);
+        EXPECT_EQ((Texts{text, L"some units", L"more units"}), texts);
+    }
+}
+
 TEST(GMStringToken, PutsTokensIntoAMap)
 {
     Map map{{L"b", L"old"}, {L"z", L"old"}};
