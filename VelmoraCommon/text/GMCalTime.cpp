@@ -1,9 +1,10 @@
 #include "VelmoraCommon/text/GMCalTime.h"
 
+#include <cstdio>
 #include <iostream>
 
 #include "VelmoraCommon/frame/WindowsApi.h"
-#include "VelmoraCommon/text/GMStringUtils.h"
+#include "VelmoraCommon/text/internal/PerformanceCounter.h"
 
 namespace Velmora
 {
@@ -14,21 +15,7 @@ namespace
 constexpr unsigned char toDebugger = 0;
 constexpr unsigned char toConsole = 2;
 
-constexpr GMString::size_type longestReport = 999;
-
-double CounterFrequency()
-{
-    LARGE_INTEGER frequency = {};
-    QueryPerformanceFrequency(&frequency);
-    return static_cast<double>(frequency.QuadPart);
-}
-
-double CounterTicks()
-{
-    LARGE_INTEGER ticks = {};
-    QueryPerformanceCounter(&ticks);
-    return static_cast<double>(ticks.QuadPart);
-}
+constexpr std::size_t reportUnits = 1000; // with the NUL; a longer report is cut
 
 } // namespace
 
@@ -45,10 +32,11 @@ GMCalTime::~GMCalTime()
 {
     m_end = CounterTicks();
     double const seconds = (m_end - m_start) / m_frequency;
-    GMString const report = GMStringUtils::Left(
-        GMStringUtils::FormatResult(L"%s used %f s.\n", m_name.c_str(), seconds), longestReport);
+    // On the stack: a destructor must not fail for want of memory.
+    wchar_t report[reportUnits];
+    _snwprintf_s(report, reportUnits, reportUnits - 1, L"%s used %f s.\n", m_name.c_str(), seconds);
     if (m_level == toDebugger)
-        OutputDebugStringW(report.c_str());
+        OutputDebugStringW(report);
     else if (m_level == toConsole)
         std::wcout << report << std::endl;
 }

@@ -97,7 +97,8 @@ public:
     static bool EndWithNoCase(GMString const & s, GMString const & x);
 
     /// Whether the whole \p text fits \p pattern, where "*" stands for any units or none and "?"
-    /// for one unit. Linear for one star, at worst the product of the lengths.
+    /// for one unit. At worst it takes the product of the lengths, as for a pattern of thousands of
+    /// units behind a star and a text of few letters.
     /// \param noCase whether units are folded to lower case
     /// \return false also for a null pointer
     static bool WildcardCompare(wchar_t const * pattern, wchar_t const * text, bool noCase);
@@ -175,7 +176,8 @@ public:
     static wchar_t CharToUpper(wchar_t c);
 
     // Formatting by the formats of the C library: "%s" in a wide format takes a wide text. The
-    // arguments must fit the format.
+    // arguments must fit the format, and its conversions must be such as the C library knows:
+    // Microsoft's ends the process for any other.
 
     /// Formats into \p dst, which has room for \p size units with the NUL.
     /// \return 0 when the text fits, 1 when it doesn't, -1 when the format is unusable, as a null

@@ -5,6 +5,7 @@
 
 #include "VelmoraCommon/frame/WindowsApi.h"
 #include "VelmoraCommon/text/GMStringConvert.h"
+#include "VelmoraCommon/text/internal/PerformanceCounter.h"
 
 namespace Velmora
 {
@@ -23,12 +24,6 @@ bool IsSameDate(tm const & a, tm const & b)
     return a.tm_year == b.tm_year && a.tm_mon == b.tm_mon && a.tm_mday == b.tm_mday;
 }
 
-double CounterFrequency()
-{
-    LARGE_INTEGER frequency = {};
-    return QueryPerformanceFrequency(&frequency) ? static_cast<double>(frequency.QuadPart) : 0;
-}
-
 } // namespace
 
 unsigned __int64 GMTimeUtils::s_serverTimeOffset = 0;
@@ -42,10 +37,10 @@ unsigned __int64 GMTimeUtils::GetHighPrecisionTickCount()
 {
     static double const frequency = CounterFrequency();
 
-    LARGE_INTEGER counter = {};
-    if (frequency <= 0 || !QueryPerformanceCounter(&counter))
+    double const ticks = CounterTicks();
+    if (frequency <= 0 || ticks < 0)
         return 0;
-    return static_cast<unsigned __int64>(static_cast<double>(counter.QuadPart) / frequency * 1000);
+    return static_cast<unsigned __int64>(ticks / frequency * 1000);
 }
 
 void GMTimeUtils::SetServerTime(unsigned int now)

@@ -47,7 +47,8 @@ public:
     static int DayDistance(__int64 a, __int64 b);
 
     /// The local time of \p time by a format of the C library's `strftime`; a \p time of 0 stands
-    /// for now.
+    /// for now. The format's conversions must be such as the C library knows: Microsoft's ends the
+    /// process for any other.
     /// \return empty when the text takes 128 bytes or more in the code page 0 of GMStringConvert,
     ///     or when there is no local time
     static GMString GetFormatTime(wchar_t const * format, __int64 time);

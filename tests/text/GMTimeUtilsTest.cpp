@@ -5,12 +5,14 @@
 #include <cstring>
 #include <iostream>
 #include <limits>
+#include <optional>
 #include <sstream>
 #include <tuple>
 
 #include <gtest/gtest.h>
 
 #include "VelmoraCommon/text/GMCalTime.h"
+#include "tests/support/AllocationMeter.h"
 #include "tests/support/ImportHook.h"
 
 namespace Velmora::Testing
@@ -301,10 +303,14 @@ TEST(GMCalTime, ReportsByLevel)
     {
         counter = frequency.QuadPart;
         debugText.clear();
-        GMCalTime time(name);
+        debugText.reserve(1000);
+        std::optional<GMCalTime> time(name);
         if (level != 0)
-            time.SetLevel(level);
+            time->SetLevel(level);
         counter = frequency.QuadPart * 7 / 2;
+        AllocationMeter const meter;
+        time.reset();
+        EXPECT_TRUE(level == 2 || meter.Peak() == 0); // no memory, no failure
     };
 
     measure(L"work", 0);
