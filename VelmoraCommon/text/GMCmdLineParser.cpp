@@ -121,13 +121,13 @@ void GMCmdLineParser::SetCaseSensitive(bool caseSensitive) { m_caseSensitive = c
 std::map<GMCmdLineParser::GMKey, GMCmdLineParser::GMValue>::const_iterator
 GMCmdLineParser::FindKey(GMString const & key) const
 {
-    if (key.empty())
-        return m_keys.end();
     GMString text = Folded(key);
-    if (Contains(m_keyDelimeters, text.front()))
+    if (!text.empty() && Contains(m_keyDelimeters, text.front()))
         text.erase(0, 1);
     if (!text.empty() && Contains(m_valueSeparates, text.back()))
         text.pop_back();
+    if (text.empty())
+        return m_keys.end();
     return m_keys.find(GMKey{std::move(text), 0});
 }
 

@@ -265,8 +265,7 @@ GMString GMStringConvert::GMStringWToGMString(GMString const & s) { return s; }
 
 bool GMStringConvert::ConvertUTF8ToUnicode(char const * s, unsigned int length, GMString & out)
 {
-    bool ok = false;
-    out = Convert(ToUtf16{s, s == nullptr ? 0 : length, CP_UTF8}, ok);
+    out = MultiByteToUnicodeString(s, static_cast<int>(length), CP_UTF8);
     return true;
 }
 

@@ -93,7 +93,7 @@ public:
     static GMString GMStringToGMStringW(GMString const & s);
     static GMString GMStringWToGMString(GMString const & s);
 
-    /// Fills \p out from \p length bytes of UTF-8.
+    /// Fills \p out from \p length bytes of UTF-8; one above INT_MAX takes all up to the NUL.
     /// \return true, also when the conversion failed: then \p out is empty
     static bool ConvertUTF8ToUnicode(char const * s, unsigned int length, GMString & out);
 

@@ -86,6 +86,7 @@ TEST(GMCmdLineParser, FindsKeysInAnySpelling)
     EXPECT_TRUE(parser.HasKey(L"flag"));
     EXPECT_FALSE(parser.HasValue(L"flag"));
     EXPECT_TRUE(parser.HasKey(L"--x")); // one delimiter goes, the other is of the key
+    parser.SetKeyValue(L"", L"1");      // nothing asks for it
     for (wchar_t const * key : {L"", L"-", L"=", L"-=", L"--port", L"port==", L"Word", L"x"})
     {
         EXPECT_TRUE(parser.FindKey(key) == parser.FindKey(GMString())) << key;

