@@ -16,107 +16,38 @@ namespace
 
 bool SameLowered(wchar_t a, wchar_t b) { return a == b || ToLower()(a) == ToLower()(b); }
 
-/// What lies between two stars of a pattern, and before the first and behind the last.
-struct PatternPart
-{
-    wchar_t const * begin;
-    wchar_t const * end; // at a star or at the pattern's NUL
-
-    explicit PatternPart(wchar_t const * pattern) : begin(pattern), end(pattern)
-    {
-        while (*end != L'\0' && *end != L'*')
-            ++end;
-    }
-
-    bool IsLast() const { return *end == L'\0'; }
-};
-
-enum class PartFit
-{
-    Fits,
-    Differs,
-    TextTooShort
-};
-
-template <class Fold>
-PartFit CompareWithPart(wchar_t const * text, PatternPart const & part, Fold fold)
-{
-    for (wchar_t const * unit = part.begin; unit != part.end; ++unit, ++text)
-    {
-        if (*text == L'\0')
-            return PartFit::TextTooShort;
-        if (*unit != L'?' && *unit != *text && fold(*unit) != fold(*text))
-            return PartFit::Differs;
-    }
-    return PartFit::Fits;
-}
-
-constexpr std::ptrdiff_t longPart = 64;
-
-/// The search of Knuth, Morris and Pratt, which looks at each unit of the text once. A long part on
-/// a text of few letters would else be compared nearly whole at every place.
-template <class Fold>
-wchar_t const * FindLongPart(wchar_t const * text, PatternPart const & part, Fold fold)
-{
-    auto const length = static_cast<std::size_t>(part.end - part.begin);
-    // For each beginning of the part, the length of what it both begins and ends with.
-    std::vector<std::size_t> borders(length);
-    auto const advance = [&](std::size_t matched, wchar_t unit)
-    {
-        while (matched != 0 && fold(part.begin[matched]) != fold(unit))
-            matched = borders[matched - 1];
-        return fold(part.begin[matched]) == fold(unit) ? matched + 1 : matched;
-    };
-    for (std::size_t i = 1; i < length; ++i)
-        borders[i] = advance(borders[i - 1], part.begin[i]);
-
-    for (std::size_t matched = 0; *text != L'\0'; ++text)
-    {
-        matched = advance(matched, *text);
-        if (matched == length)
-            return text + 1 - length;
-    }
-    return nullptr;
-}
-
-/// The first place in \p text where \p part fits; null if there is none.
-template <class Fold>
-wchar_t const * FindPart(wchar_t const * text, PatternPart const & part, Fold fold)
-{
-    if (part.end - part.begin > longPart && std::find(part.begin, part.end, L'?') == part.end)
-        return FindLongPart(text, part, fold);
-    PartFit fit;
-    while ((fit = CompareWithPart(text, part, fold)) == PartFit::Differs)
-        ++text;
-    return fit == PartFit::Fits ? text : nullptr;
-}
-
-/// Fits one part after the other, each at the first place possible: what a star takes more than it
-/// must is lost to the parts behind it.
+/// One pass that goes back to the last star: what an earlier one takes more than it must is lost to
+/// the rest of the pattern.
 template <class Fold>
 bool FitsPattern(wchar_t const * text, wchar_t const * pattern, Fold fold)
 {
-    PatternPart part(pattern);
-    if (CompareWithPart(text, part, fold) != PartFit::Fits)
-        return false;
-    for (;;)
+    wchar_t const * behindStar = nullptr;
+    wchar_t const * retry = nullptr; // where the text goes on if the star takes one unit more
+    while (*text != L'\0')
     {
-        text += part.end - part.begin;
-        if (part.IsLast())
-            return *text == L'\0';
-
-        part = PatternPart(part.end + 1);
-        if (part.IsLast())
-            break;
-        text = FindPart(text, part, fold);
-        if (text == nullptr)
+        if (*pattern == L'*')
+        {
+            behindStar = ++pattern;
+            retry = text + 1;
+        }
+        else if (*pattern == L'?' || *pattern == *text || fold(*pattern) == fold(*text))
+        {
+            ++pattern;
+            ++text;
+        }
+        else if (behindStar != nullptr)
+        {
+            pattern = behindStar;
+            text = retry++;
+        }
+        else
+        {
             return false;
+        }
     }
-
-    // Behind the last star there is one place only.
-    auto const rest = static_cast<std::ptrdiff_t>(std::wcslen(text));
-    auto const length = part.end - part.begin;
-    return length <= rest && CompareWithPart(text + (rest - length), part, fold) == PartFit::Fits;
+    while (*pattern == L'*')
+        ++pattern;
+    return *pattern == L'\0';
 }
 
 } // namespace
@@ -196,7 +127,9 @@ bool GMStringUtils::WildcardCompare(wchar_t const * pattern, wchar_t const * tex
 unsigned int GMStringUtils::FindNoCase(GMString const & s, GMString const & x, unsigned int start)
 {
     GMString const lowered = Lowered(x);
-    for (GMString::size_type at = start; at + x.length() <= s.length(); ++at)
+    if (start > s.length())
+        return static_cast<unsigned int>(GMString::npos);
+    for (GMString::size_type at = start; s.length() - at >= x.length(); ++at)
     {
         if (FoldsTo(s.data() + at, lowered))
             return static_cast<unsigned int>(at);

