@@ -1,8 +1,6 @@
 #include "VelmoraCommon/text/GMLetterConvert.h"
 
 #include <array>
-#include <cstdint>
-#include <cstring>
 #include <iterator>
 
 #include "VelmoraCommon/text/internal/PinyinTables.h"
@@ -26,13 +24,11 @@ bool IsCharacter(char const * at) { return IsHigh(at[0]) && IsHigh(at[1]); }
 
 // ---- tables -------------------------------------------------------------------------------------
 
-/// A syllable as it is copied: in one piece, of which the first \p length bytes count.
 struct Syllable
 {
     char letters[7];
     unsigned char length;
 };
-static_assert(sizeof(Syllable) == sizeof(std::uint64_t));
 
 constexpr Syllable MakeSyllable(char const * letters)
 {
@@ -129,77 +125,17 @@ Syllable const * FindSyllableOfValue(int value)
                                  : boundCount - 1];
 }
 
-// ---- output -------------------------------------------------------------------------------------
-
-/// Gives syllables their case and length, all bytes of one at once.
-class Shape
+Syllable Shaped(Syllable syllable, bool upperFirst, bool upperRest, bool firstLetterOnly)
 {
-public:
-    Shape(bool upperFirst, bool upperRest, bool firstLetterOnly)
-        : m_firstLetterOnly(firstLetterOnly)
+    if (firstLetterOnly)
+        syllable.length = 1;
+    for (std::size_t i = 0; i < std::size(syllable.letters); ++i)
     {
-        char const toLower = 'a' - 'A';
-        char added[sizeof(Syllable)] = {};
-        for (std::size_t i = 0; i < sizeof(Syllable::letters); ++i)
-            added[i] = (i == 0 ? upperFirst : upperRest) ? '\0' : toLower;
-        std::memcpy(&m_added, added, sizeof(added));
+        if (!(i == 0 ? upperFirst : upperRest))
+            syllable.letters[i] = static_cast<char>(syllable.letters[i] + ('a' - 'A'));
     }
-
-    Syllable Apply(Syllable const & syllable) const
-    {
-        std::uint64_t word;
-        std::memcpy(&word, &syllable, sizeof(word));
-        word += m_added; // no byte of a syllable is so high that it carries
-        Syllable shaped;
-        std::memcpy(&shaped, &word, sizeof(shaped));
-        if (m_firstLetterOnly)
-            shaped.length = 1;
-        return shaped;
-    }
-
-private:
-    std::uint64_t m_added;
-    bool m_firstLetterOnly;
-};
-
-/// A text that grows by a few bytes at a time.
-class LetterWriter
-{
-public:
-    explicit LetterWriter(std::size_t expected) { m_text.reserve(expected); }
-
-    void Write(char c)
-    {
-        MakeRoom();
-        m_block[m_used++] = c;
-    }
-
-    void Write(Syllable const & syllable)
-    {
-        MakeRoom();
-        std::memcpy(m_block + m_used, &syllable, sizeof(syllable));
-        m_used += syllable.length;
-    }
-
-    GMStringA Take()
-    {
-        m_text.append(m_block, m_used);
-        return std::move(m_text);
-    }
-
-private:
-    void MakeRoom()
-    {
-        if (m_used + sizeof(Syllable) <= sizeof(m_block))
-            return;
-        m_text.append(m_block, m_used);
-        m_used = 0;
-    }
-
-    GMStringA m_text;
-    char m_block[1024];
-    std::size_t m_used = 0;
-};
+    return syllable;
+}
 
 } // namespace
 
@@ -235,30 +171,31 @@ bool GMLetterConvert::ContainsChinese(GMStringA text) const
 
 GMStringA GMLetterConvert::ConvertChineseToLetter(GMStringA text)
 {
-    Shape const shape(m_upperFirst, m_upperRest, m_firstLetterOnly);
-    LetterWriter letters(text.size() * 2);
+    GMStringA letters;
+    letters.reserve(text.size() * 2);
     char const * const end = text.c_str() + text.size();
     for (char const * at = text.c_str(); at != end;)
     {
         if (IsCharacter(at))
         {
-            letters.Write(shape.Apply(FindSyllable(at)));
+            Syllable const syllable =
+                Shaped(FindSyllable(at), m_upperFirst, m_upperRest, m_firstLetterOnly);
+            letters.append(syllable.letters, syllable.length);
             at += 2;
         }
         else if (char const c = *at++; IsAscii(c))
-            letters.Write(c);
+            letters += c;
         else
             continue;
         if (m_useSeparator)
-            letters.Write('\'');
+            letters += '\'';
     }
-    return letters.Take();
+    return letters;
 }
 
 bool GMLetterConvert::ConvertChineseToLetter(GMStringA text,
                                              std::vector<std::pair<GMStringA, GMStringA>> & pieces)
 {
-    Shape const shape(m_upperFirst, m_upperRest, m_firstLetterOnly);
     bool hasCharacter = false;
     char const * const end = text.c_str() + text.size();
     for (char const * at = text.c_str(); at != end;)
@@ -269,7 +206,8 @@ bool GMLetterConvert::ConvertChineseToLetter(GMStringA text,
             pieces.emplace_back(byte, byte);
             continue;
         }
-        Syllable const syllable = shape.Apply(FindSyllable(at));
+        Syllable const syllable =
+            Shaped(FindSyllable(at), m_upperFirst, m_upperRest, m_firstLetterOnly);
         pieces.emplace_back(GMStringA(at, 2), GMStringA(syllable.letters, syllable.length));
         hasCharacter = true;
         at += 2;
@@ -282,13 +220,14 @@ GMStringA GMLetterConvert::ConvertChineseToLetterEx(GMStringA const & text)
     // The upper limit of what counts as a byte of its own: 0xFF in front of an ASCII byte comes here.
     constexpr int lastSingle = 159;
 
-    LetterWriter letters(text.size() * 2);
+    GMStringA letters;
+    letters.reserve(text.size() * 2);
     char const * const end = text.c_str() + text.size();
     for (char const * at = text.c_str(); at != end;)
     {
         if (IsAscii(*at))
         {
-            letters.Write(*at++);
+            letters += *at++;
             continue;
         }
         if (at + 1 == end)
@@ -297,14 +236,14 @@ GMStringA GMLetterConvert::ConvertChineseToLetterEx(GMStringA const & text)
             (static_cast<signed char>(at[0]) + 1) * 256 + static_cast<signed char>(at[1]);
         if (value >= 1 && value <= lastSingle)
         {
-            letters.Write(*at++);
+            letters += *at++;
             continue;
         }
         if (Syllable const * const syllable = FindSyllableOfValue(value))
-            letters.Write(*syllable);
+            letters.append(syllable->letters, syllable->length);
         at += 2;
     }
-    return letters.Take();
+    return letters;
 }
 
 } // namespace Velmora

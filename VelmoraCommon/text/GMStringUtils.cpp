@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cwchar>
+#include <functional>
 #include <utility>
 #include <vector>
 
@@ -18,36 +19,41 @@ bool SameLowered(wchar_t a, wchar_t b) { return a == b || ToLower()(a) == ToLowe
 
 /// One pass that goes back to the last star: what an earlier one takes more than it must is lost to
 /// the rest of the pattern.
-template <class Fold>
-bool FitsPattern(wchar_t const * text, wchar_t const * pattern, Fold fold)
+template <class Same>
+bool FitsPattern(wchar_t const * text, wchar_t const * pattern, Same same)
 {
     wchar_t const * behindStar = nullptr;
-    wchar_t const * retry = nullptr; // where the text goes on if the star takes one unit more
-    while (*text != L'\0')
+    wchar_t const * afterStar = nullptr; // the text that the star leaves
+    for (;;)
     {
         if (*pattern == L'*')
         {
             behindStar = ++pattern;
-            retry = text + 1;
+            afterStar = text;
+            if (*pattern == L'\0')
+                return true;
         }
-        else if (*pattern == L'?' || *pattern == *text || fold(*pattern) == fold(*text))
+        else if (*text == L'\0')
+        {
+            return *pattern == L'\0';
+        }
+        else if (*pattern == L'?' || same(*pattern, *text))
         {
             ++pattern;
             ++text;
         }
-        else if (behindStar != nullptr)
-        {
-            pattern = behindStar;
-            text = retry++;
-        }
-        else
+        else if (behindStar == nullptr)
         {
             return false;
         }
+        else
+        {
+            do
+                text = ++afterStar;
+            while (*text != L'\0' && *behindStar != L'?' && !same(*behindStar, *text));
+            pattern = behindStar;
+        }
     }
-    while (*pattern == L'*')
-        ++pattern;
-    return *pattern == L'\0';
 }
 
 } // namespace
@@ -121,7 +127,8 @@ bool GMStringUtils::WildcardCompare(wchar_t const * pattern, wchar_t const * tex
 {
     if (pattern == nullptr || text == nullptr)
         return false;
-    return noCase ? FitsPattern(text, pattern, ToLower()) : FitsPattern(text, pattern, KeepCase());
+    return noCase ? FitsPattern(text, pattern, SameLowered)
+                  : FitsPattern(text, pattern, std::equal_to<>());
 }
 
 unsigned int GMStringUtils::FindNoCase(GMString const & s, GMString const & x, unsigned int start)

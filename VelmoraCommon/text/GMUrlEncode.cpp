@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <string_view>
 
 #include "VelmoraCommon/frame/WindowsApi.h"
@@ -137,29 +138,18 @@ GMString GMUrlEncode::GetEncodedUrl() const
 
 GMStringA GMUrlEncode::EncodeA(GMStringA const & text)
 {
-    // By way of the stack, piece by piece: counting first and clearing the room for the result
-    // would each take as long as the encoding.
-    constexpr std::size_t pieceBytes = 1024;
-    // Three bytes are copied at any rate, since that takes no decision; the last one has room, too.
-    char piece[pieceBytes * escapeLength];
-
-    GMStringA encoded;
-    encoded.reserve(text.size());
-    char const * from = text.data();
-    char const * const end = from + text.size();
-    while (from != end)
+    if (text.size() > text.max_size() / escapeLength)
+        throw std::bad_alloc(); // the product could wrap
+    // Three bytes are copied at any rate, since that takes no decision.
+    GMStringA encoded(text.size() * escapeLength, '\0');
+    char * to = encoded.data();
+    for (char const byte : text)
     {
-        char const * const pieceEnd =
-            from + std::min(pieceBytes, static_cast<std::size_t>(end - from));
-        char * to = piece;
-        for (; from != pieceEnd; ++from)
-        {
-            EncodedByte const & entry = encodedBytes[static_cast<unsigned char>(*from)];
-            std::memcpy(to, entry.text, escapeLength);
-            to += entry.length;
-        }
-        encoded.append(piece, static_cast<std::size_t>(to - piece));
+        EncodedByte const & entry = encodedBytes[static_cast<unsigned char>(byte)];
+        std::memcpy(to, entry.text, escapeLength);
+        to += entry.length;
     }
+    encoded.resize(static_cast<std::size_t>(to - encoded.data()));
     return encoded;
 }
 

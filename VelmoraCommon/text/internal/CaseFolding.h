@@ -11,11 +11,6 @@ namespace Velmora
 // Ways to fold one unit. The C library's answer depends on the locale above U+007F only, as the
 // system maps ASCII letters alike in all of them; so those are done here, without a call.
 
-struct KeepCase
-{
-    wchar_t operator()(wchar_t c) const noexcept { return c; }
-};
-
 struct ToLower
 {
     wchar_t operator()(wchar_t c) const noexcept

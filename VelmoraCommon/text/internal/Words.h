@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <string>
 
 namespace Velmora
 {
@@ -29,20 +30,8 @@ inline Word LoadWord(void const * from) noexcept
 template <class Unit>
 std::size_t LengthToNul(Unit const * text, std::size_t length) noexcept
 {
-    constexpr std::size_t block = 64 / sizeof(Unit); // compilers compare blocks in few steps
-
-    std::size_t i = 0;
-    for (; length - i >= block; i += block)
-    {
-        Unit hasNul = 0;
-        for (std::size_t k = 0; k < block; ++k)
-            hasNul = static_cast<Unit>(hasNul | (text[i + k] == Unit() ? 1 : 0));
-        if (hasNul != 0)
-            break;
-    }
-    while (i < length && text[i] != Unit())
-        ++i;
-    return i;
+    Unit const * const nul = std::char_traits<Unit>::find(text, length, Unit());
+    return nul == nullptr ? length : static_cast<std::size_t>(nul - text);
 }
 
 } // namespace Velmora
