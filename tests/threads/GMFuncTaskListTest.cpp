@@ -2,23 +2,14 @@
 
 #include <atomic>
 #include <cstdint>
-#include <memory>
+#include <functional>
 #include <new>
-#include <numeric>
-#include <vector>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
 #include "VelmoraCommon/frame/internal/ScopedHandle.h"
-#include "VelmoraCommon/threads/GMFuncTaskListSingleton.h"
-#include "tests/support/ChildProcess.h"
-#include "tests/support/ChildTask.h"
-#include "tests/support/HandleCount.h"
-#include "tests/support/ImportHook.h"
-#include "tests/support/LongRun.h"
-#include "tests/support/Mutator.h"
 #include "tests/threads/Signal.h"
-#include "tests/threads/WaitWatch.h"
 
 namespace Velmora::Testing
 {
@@ -26,11 +17,12 @@ namespace Velmora::Testing
 namespace
 {
 
-/// A call that keeps its worker busy until the test lets go.
+/// A call that keeps its worker busy until the test lets go, and then does one thing more.
 struct Blocker
 {
-    Signal runs, mayEnd;
-    ScopedKernelObject worker; // to wait for the worker's end
+    std::function<void()> then = [] {};
+    Signal runs{}, mayEnd{};
+    ScopedKernelObject worker{};
 
     static void Run(void * self)
     {
@@ -38,217 +30,57 @@ struct Blocker
         blocker.worker = ScopedKernelObject(OpenThread(SYNCHRONIZE, FALSE, GetCurrentThreadId()));
         blocker.runs.Give();
         blocker.mayEnd.Comes();
-    }
-    static void RunAndThrow(void * self)
-    {
-        Run(self);
-        throw 1;
+        blocker.then();
     }
     bool WorkerEnds() { return WaitForSingleObject(worker.Get(), 60000) == WAIT_OBJECT_0; }
 };
 
-unsigned int ThreadHandles() { return HandlesByKind()["Thread"]; }
+void Return() {}
+void Throw() { throw 1; }
+void Give(void * signal) { static_cast<Signal *>(signal)->Give(); }
 
-/// A list of one worker, and calls that note their numbers.
-class GMFuncTaskListTest : public ::testing::Test
+/// A list with one worker, which is busy at first, and calls that count themselves.
+struct BusyList
 {
-protected:
-    GMFuncTaskListTest()
+    explicit BusyList(void (*then)())
     {
-        s_noted.clear();
+        s_next = 0;
         s_one.Create(0, 1000);
+        blocker.then = then;
+        list.AddFunc(&Blocker::Run, &blocker);
+        EXPECT_TRUE(blocker.runs.Comes());
+        list.AddFunc(nullptr, nullptr); // ignored
     }
-    ~GMFuncTaskListTest() override
+    ~BusyList() { s_one.Close(); }
+
+    void Add(unsigned int count)
     {
-        m_list.reset();
-        s_one.Close();
+        for (; count != 0; --count)
+            list.AddFunc(&Count, reinterpret_cast<void *>(added++));
     }
 
-    void Block(void (*call)(void *) = &Blocker::Run)
+    /// Waits for \p count calls in all, in the order added; no other runs.
+    void ExpectRun(unsigned int count)
     {
-        m_list->AddFunc(call, &m_blocker);
-        ASSERT_TRUE(m_blocker.runs.Comes());
-    }
-
-    void Add(int count)
-    {
-        for (int i = 0; i < count; ++i)
-            m_list->AddFunc(&Note, reinterpret_cast<void *>(m_added++));
-    }
-
-    /// Waits for \p count calls in all; they ran in the order added, and no other ran.
-    void ExpectNoted(std::size_t count)
-    {
-        for (; m_reached < count; ++m_reached)
+        for (; reached < count; ++reached)
             ASSERT_EQ(0u, WaitForSingleObject(s_one, 60000));
         EXPECT_EQ(static_cast<DWORD>(WAIT_TIMEOUT), WaitForSingleObject(s_one, 30));
-        std::vector<std::uintptr_t> inOrder(count);
-        std::iota(inOrder.begin(), inOrder.end(), std::uintptr_t(0));
-        EXPECT_EQ(inOrder, s_noted);
     }
 
-    /// A call finds the busy worker, which then ends; so it waits for the call after it.
-    void ExpectNextButOneOpens()
+    static void Count(void * number)
     {
-        Add(1);
-        m_blocker.mayEnd.Give();
-        EXPECT_TRUE(m_blocker.WorkerEnds());
-        ExpectNoted(0);
-        Add(1);
-        ExpectNoted(2);
+        if (reinterpret_cast<std::uintptr_t>(number) == s_next++)
+            s_one.Release();
     }
 
-    Blocker m_blocker;
-    std::unique_ptr<GMFuncTaskList> m_list = std::make_unique<GMFuncTaskList>();
-
-private:
-    static void Note(void * number)
-    {
-        s_noted.push_back(reinterpret_cast<std::uintptr_t>(number));
-        s_one.Release();
-    }
-
-    static inline std::vector<std::uintptr_t> s_noted;
+    static inline std::uintptr_t s_next;
     static inline GMSemaphore s_one; // released by each call
-    std::uintptr_t m_added = 0;
-    std::size_t m_reached = 0;
+    std::uintptr_t added = 0;
+    unsigned int reached = 0;
+    Blocker blocker;
+    GMFuncTaskList list;
 };
 
-} // namespace
-
-TEST_F(GMFuncTaskListTest, KeepsTheQueueOverAClose)
-{
-    WaitWatch watch;
-    Block();
-    Add(10);
-    Background closer(
-        [&]
-        {
-            watch.Begin();
-            EXPECT_TRUE(m_list->CloseTaskThread(INFINITE));
-        });
-    EXPECT_TRUE(watch.Comes());
-    EXPECT_TRUE(closer.IsStuck()); // the call under way isn't interrupted
-    m_blocker.mayEnd.Give();
-    EXPECT_TRUE(closer.Ends());
-    ExpectNoted(0);
-    Add(1);
-    ExpectNoted(11);
-}
-
-TEST_F(GMFuncTaskListTest, GoesOnAfterACloseThatDidntWait)
-{
-    Block();
-    EXPECT_TRUE(m_list->CloseTaskThread(1));
-    ExpectNextButOneOpens();
-}
-
-// The worker's GMThread is gone when the exception comes.
-TEST_F(GMFuncTaskListTest, GoesOnAfterACloseThatDidntWaitForAThrow)
-{
-    Block(&Blocker::RunAndThrow);
-    EXPECT_TRUE(m_list->CloseTaskThread(0));
-    ExpectNextButOneOpens();
-}
-
-TEST_F(GMFuncTaskListTest, StandsStillAfterAThrowUntilItIsClosed)
-{
-    Block(&Blocker::RunAndThrow);
-    m_blocker.mayEnd.Give();
-    EXPECT_TRUE(m_blocker.WorkerEnds());
-    Add(1);
-    ExpectNoted(0);
-    EXPECT_TRUE(m_list->CloseTaskThread(INFINITE));
-    Add(1);
-    ExpectNoted(2);
-}
-
-TEST_F(GMFuncTaskListTest, AnnouncesNoMoreThan64Calls)
-{
-    Block();
-    Add(100);
-    m_blocker.mayEnd.Give();
-    ExpectNoted(64);
-    for (std::size_t i = 1; i <= 3; ++i)
-    {
-        Add(1); // moves up the first that waits
-        ExpectNoted(64 + i);
-    }
-}
-
-TEST_F(GMFuncTaskListTest, KeepsCallsUntilTheSystemGivesAThread)
-{
-    unsigned int const before = ThreadHandles();
-    m_list->AddFunc(nullptr, nullptr); // ignored
-    {
-        ImportHook const hook("_beginthreadex", &NoThread);
-        Add(3);
-    }
-    EXPECT_EQ(before, ThreadHandles());
-    Add(1);
-    ExpectNoted(4);
-    EXPECT_EQ(before + 1, ThreadHandles());
-}
-
-TEST_F(GMFuncTaskListTest, IsDestroyedAfterTheCallUnderWayAndDropsTheRest)
-{
-    WaitWatch watch;
-    Block();
-    Add(5);
-    Background owner(
-        [&]
-        {
-            watch.Begin();
-            m_list.reset();
-        });
-    EXPECT_TRUE(watch.Comes());
-    EXPECT_TRUE(owner.IsStuck());
-    m_blocker.mayEnd.Give();
-    EXPECT_TRUE(owner.Ends());
-    ExpectNoted(0);
-}
-
-TEST(GMFuncTaskList, TakesCallsFromItsOwnCalls)
-{
-    struct Chain
-    {
-        static void Run(void * self)
-        {
-            auto & chain = *static_cast<Chain *>(self);
-            if (--chain.left != 0)
-                chain.list.AddFunc(&Run, self);
-            else
-                chain.done.Give();
-        }
-        Signal done;
-        int left = 200;
-        GMFuncTaskList list;
-    } chain;
-    chain.list.AddFunc(&Chain::Run, &chain);
-    EXPECT_TRUE(chain.done.Comes());
-}
-
-TEST(GMFuncTaskList, RunsCallsSideBySideOnSeveralWorkers)
-{
-    Blocker first, second, third;
-    GMFuncTaskList list(2);
-    list.AddFunc(&Blocker::Run, &first);
-    list.AddFunc(&Blocker::RunAndThrow, &second);
-    list.AddFunc(&Blocker::Run, &third);
-    EXPECT_TRUE(first.runs.Comes());
-    EXPECT_TRUE(second.runs.Comes());
-    second.mayEnd.Give();
-    EXPECT_TRUE(second.WorkerEnds());
-    EXPECT_TRUE(third.runs.StaysOut()); // one worker is left, and busy
-    first.mayEnd.Give();
-    EXPECT_TRUE(third.runs.Comes());
-    third.mayEnd.Give();
-}
-
-namespace
-{
-
-/// A list that its calls can tell to exit.
 class ExitingList : public GMFuncTaskList
 {
 public:
@@ -256,208 +88,113 @@ public:
     using GMTaskList::ExitTaskThread;
 };
 
-/// A call that adds another one to its list as soon as the test lets it.
-struct Adder
-{
-    GMFuncTaskList & list;
-    Signal runs{}, mayAdd{}, added{}, done{};
+std::atomic<int> g_ends;
+void (*g_endThread)(unsigned int);
+void CountedEnd(unsigned int code) { ++g_ends, g_endThread(code); }
 
-    static void Run(void * self)
-    {
-        auto & adder = *static_cast<Adder *>(self);
-        adder.runs.Give();
-        adder.mayAdd.Comes();
-        adder.list.AddFunc([](void * each) { static_cast<Adder *>(each)->done.Give(); }, self);
-        adder.added.Give();
-    }
-};
-
-int g_mallocs;
-int g_mallocToFail; // 0 for none
+int g_mallocs, g_mallocToFail;
 void * (*g_malloc)(std::size_t);
 void * FailingMalloc(std::size_t size)
 {
     return ++g_mallocs == g_mallocToFail ? nullptr : g_malloc(size);
 }
 
-std::atomic<int> g_ends;
-void (*g_endThread)(unsigned int);
-void CountedEnd(unsigned int code)
+} // namespace
+
+TEST(GMFuncTaskList, KeepsTheQueueOverAClose)
 {
-    ++g_ends;
-    g_endThread(code);
+    WaitWatch watch;
+    BusyList busy(&Return);
+    busy.Add(10);
+    Background closer([&] { watch.Begin(), busy.list.CloseTaskThread(INFINITE); });
+    EXPECT_TRUE(watch.Comes());
+    EXPECT_TRUE(closer.IsStuck()); // the call under way isn't interrupted
+    busy.blocker.mayEnd.Give();
+    EXPECT_TRUE(closer.Ends());
+    busy.ExpectRun(0);
+    busy.Add(1);
+    busy.ExpectRun(11);
 }
 
-} // namespace
+TEST(GMFuncTaskList, OpensAnewWhenItsWorkerIsGone)
+{
+    std::tuple<char const *, void (*)(), bool> const cases[] = {
+        {"after a close that didn't wait", &Return, false},
+        {"by an exception, with its GMThread gone before", &Throw, false},
+        {"by an exception, with a close behind it", &Throw, true}};
+    for (auto const & [what, then, closesLater] : cases)
+    {
+        SCOPED_TRACE(what);
+        BusyList busy(then);
+        EXPECT_TRUE(closesLater || busy.list.CloseTaskThread(0));
+        busy.Add(1);
+        busy.blocker.mayEnd.Give();
+        EXPECT_TRUE(busy.blocker.WorkerEnds());
+        busy.ExpectRun(0); // it found the worker, and waits for the next one
+        EXPECT_TRUE(!closesLater || busy.list.CloseTaskThread(INFINITE));
+        busy.Add(1);
+        busy.ExpectRun(2);
+    }
+}
+
+TEST(GMFuncTaskList, AnnouncesNoMoreThan64Calls)
+{
+    BusyList busy(&Return);
+    busy.Add(100);
+    busy.blocker.mayEnd.Give();
+    busy.ExpectRun(64);
+    busy.Add(1); // moves up the first that waits
+    busy.ExpectRun(65);
+}
 
 // The worker on its way out opens the list anew itself, or while another caller waits for its end.
 TEST(GMFuncTaskList, TakesCallsFromAWorkerOnItsWayOut)
 {
+    ImportHook const hook("_endthreadex", &CountedEnd, g_endThread);
     for (bool const otherOpens : {false, true})
     {
         SCOPED_TRACE(otherOpens);
         WaitWatch watch;
+        Signal added, done;
         ExitingList list(2);
-        Blocker leaves;
-        Adder stays{list};
+        Blocker leaves, stays{[&] { list.AddFunc(&Give, &done), added.Give(); }};
         list.AddFunc(&Blocker::Run, &leaves);
-        list.AddFunc(&Adder::Run, &stays);
-        ASSERT_TRUE(leaves.runs.Comes() && stays.runs.Comes());
+        list.AddFunc(&Blocker::Run, &stays);
+        ASSERT_TRUE(leaves.runs.Comes() && stays.runs.Comes()); // side by side
+        g_ends = 0;
         list.ExitTaskThread();
         leaves.mayEnd.Give();
         ASSERT_TRUE(leaves.WorkerEnds());
+        EXPECT_EQ(1, g_ends); // the run time knows
+        void (*const other)(void *) = [](void *) {};
         Background const opener(
-            [&]
-            {
-                watch.Begin();
-                if (otherOpens)
-                    list.AddFunc([](void *) {}, nullptr);
-            });
+            [&] { watch.Begin(), list.AddFunc(otherOpens ? other : nullptr, nullptr); });
         ASSERT_TRUE(!otherOpens || watch.Comes());
-        stays.mayAdd.Give();
-        EXPECT_TRUE(stays.added.Comes());
-        EXPECT_TRUE(stays.done.Comes());
+        stays.mayEnd.Give();
+        EXPECT_TRUE(added.Comes() && done.Comes());
     }
 }
 
 TEST(GMFuncTaskList, LosesNoCallForWantOfMemory)
 {
-    for (int call = 1; call == 1 || g_mallocs >= g_mallocToFail; ++call)
+    for (g_mallocToFail = g_mallocs = 1; g_mallocs >= g_mallocToFail; ++g_mallocToFail)
     {
-        SCOPED_TRACE(call);
+        SCOPED_TRACE(g_mallocToFail);
         Signal first, second;
-        auto const give = [](void * signal) { static_cast<Signal *>(signal)->Give(); };
-        bool isAdded = true;
         GMFuncTaskList list(2);
+        try
         {
             ImportHook const hook("malloc", &FailingMalloc, g_malloc, L"libstdc++-6.dll");
             g_mallocs = 0;
-            g_mallocToFail = call;
-            try
-            {
-                list.AddFunc(give, &first);
-            }
-            catch (std::bad_alloc const &)
-            {
-                isAdded = false;
-            }
+            list.AddFunc(&Give, &first);
         }
-        list.AddFunc(give, &second);
-        EXPECT_TRUE(second.Comes());
-        EXPECT_EQ(isAdded, isAdded ? first.Comes() : !first.StaysOut());
-    }
-}
-
-TEST(GMTaskList, OpensAnewAfterAnExitThatDidntWait)
-{
-    // The run time has to know of a thread's end.
-    ImportHook const hook("_endthreadex", &CountedEnd, g_endThread);
-    g_ends = 0;
-    class List : public GMTaskList
-    {
-    public:
-        using GMTaskList::GMTaskList;
-        ~List() override { CloseTaskThread(INFINITE); }
-        using GMTaskList::AddOneWork;
-        using GMTaskList::ExitTaskThread;
-        using GMTaskList::OpenTaskThread;
-        Signal m_works;
-
-    private:
-        void DoOneWork() override { m_works.Give(); }
-    };
-    unsigned int const before = ThreadHandles();
-    List none(0u);
-    EXPECT_FALSE(none.OpenTaskThread());
-    List list(3u);
-    EXPECT_TRUE(list.CloseTaskThread(INFINITE));
-    EXPECT_TRUE(list.OpenTaskThread());
-    EXPECT_TRUE(list.OpenTaskThread());
-    EXPECT_EQ(before + 3, ThreadHandles());
-    list.ExitTaskThread();
-    while (list.m_works.StaysOut()) // a piece may still find the workers on their way out
-        list.AddOneWork();
-    EXPECT_EQ(3, g_ends);
-}
-
-namespace
-{
-
-std::atomic<unsigned int> g_left; // calls of the batch that haven't run
-Signal * volatile g_batchDone;
-
-void Count(void * runs)
-{
-    ++*static_cast<std::atomic<unsigned int> *>(runs);
-    if (--g_left == 0)
-        g_batchDone->Give();
-}
-
-} // namespace
-
-TEST(GMFuncTaskList, LosesNoCallAndDoublesNoneOverManyCloses)
-{
-    constexpr unsigned int batch = 50; // below the number that can be announced
-    unsigned int const batches = Rounds(100, 10000);
-    Random random(20);
-    for (unsigned int const workers : {1u, 3u})
-    {
-        SCOPED_TRACE(workers);
-        auto const before = HandlesByKind();
-        std::vector<std::atomic<unsigned int>> runs(batches * batch);
+        catch (std::bad_alloc const &) // nothing was added
         {
-            GMFuncTaskList list(workers);
-            for (auto call = runs.begin(); call != runs.end();)
-            {
-                Signal done;
-                g_batchDone = &done;
-                g_left = batch;
-                std::size_t const closeAt = random.Below(2 * batch); // in half of the batches
-                // With several workers a close has to wait: one of them could miss it otherwise.
-                unsigned int const patience = workers == 1 && random.OneIn(2) ? 0 : INFINITE;
-                for (unsigned int i = 0; i < batch; ++i, ++call)
-                {
-                    if (i == closeAt)
-                        list.CloseTaskThread(patience);
-                    list.AddFunc(&Count, &*call);
-                }
-                // Calls added before the worker's end wait for the first one after it.
-                while (patience == 0 && done.StaysOut())
-                    list.AddFunc([](void *) {}, nullptr);
-                ASSERT_TRUE(done.Comes());
-            }
+            first.Give();
         }
-        for (auto const & each : runs)
-            ASSERT_EQ(1u, each);
-        EXPECT_EQ(before, HandlesByKind());
+        list.AddFunc(&Give, &second);
+        EXPECT_TRUE(first.Comes() && second.Comes());
     }
-}
-
-namespace
-{
-
-// Ends with the list's worker asleep, or in the middle of a call and with another in the queue.
-int EndWithSingleton(std::wstring const & argument)
-{
-    auto & blocker = *new Blocker; // never deleted: the worker uses it while the process ends
-    GMFuncTaskList & list = GMFuncTaskListSingleton::Instance();
-    list.AddFunc(&Blocker::Run, &blocker);
-    if (argument == L"busy")
-        list.AddFunc([](void *) { TerminateProcess(GetCurrentProcess(), 3); }, nullptr);
-    else
-        blocker.mayEnd.Give();
-    bool const same = &list == &GMFuncTaskListSingleton::Instance();
-    return blocker.runs.Comes() && same ? 42 : 1;
-}
-
-ChildTask const endWithSingleton(L"EndWithSingleton", &EndWithSingleton);
-
-} // namespace
-
-TEST(GMFuncTaskListSingleton, LetsTheProcessEnd)
-{
-    EXPECT_EQ(42u, RunProgram(endWithSingleton.CommandLine(L"idle")));
-    EXPECT_EQ(42u, RunProgram(endWithSingleton.CommandLine(L"busy")));
 }
 
 } // namespace Velmora::Testing

@@ -1,50 +1,27 @@
 #include "VelmoraCommon/threads/GMThread.h"
 
-#include <cstdint>
 #include <cstdlib>
-#include <stdexcept>
 #include <tuple>
 
 #include <gtest/gtest.h>
 
-#include "VelmoraCommon/frame/WindowsApi.h"
-#include "tests/support/HandleCount.h"
-#include "tests/support/ImportHook.h"
 #include "tests/threads/Signal.h"
 
 namespace Velmora::Testing
 {
 
-namespace
-{
-
-__time64_t __cdecl AlwaysNoon(__time64_t *) { return 43200; }
-
-void DrawNumber(void * number) { *static_cast<int *>(number) = std::rand(); }
-
-void ExpectNoThread(GMThread & thread)
-{
-    EXPECT_FALSE(thread.IsRunning());
-    EXPECT_EQ(0u, thread.GetThreadID());
-    EXPECT_EQ(INVALID_HANDLE_VALUE, static_cast<void *>(thread));
-}
-
-} // namespace
-
 TEST(GMThread, TellsHowItEnds)
 {
-    using Work = void (*)(void *);
-    std::tuple<char const *, Work, DWORD, bool> const cases[] = {
-        {"returns", [](void *) {}, 0, false},
-        {"throws", [](void *) { throw std::runtime_error("lost"); }, 1, false},
-        {"throws no exception class", [](void *) { throw 7; }, 1, false},
-        {"exits", [](void *) { GMThread::Exit(77); }, 77, true},
+    std::tuple<void (*)(void *), DWORD, bool> const cases[] = {
+        {[](void *) {}, 0, false},
+        {[](void *) { throw 7; }, 1, false},
+        {[](void *) { GMThread::Exit(77); }, 77, true},
     };
-    unsigned int const before = HandleCount();
-    for (auto const & [what, function, code, runningUntilJoined] : cases)
+    for (auto const & [function, code, runningUntilJoined] : cases)
     {
-        SCOPED_TRACE(what);
+        SCOPED_TRACE(code);
         GMThread thread(function, nullptr);
+        thread.Join(); // none yet; the empty handle would mean this process
         for (int run = 0; run < 2; ++run)
         {
             ASSERT_TRUE(thread.Start()); // the second time without a join before
@@ -55,59 +32,47 @@ TEST(GMThread, TellsHowItEnds)
             EXPECT_EQ(code, ended);
         }
         thread.Join();
-        ExpectNoThread(thread);
+        EXPECT_EQ(0u, thread.GetThreadID());
+        EXPECT_EQ(INVALID_HANDLE_VALUE, static_cast<void *>(thread));
     }
-    EXPECT_EQ(before, HandleCount());
 }
 
-TEST(GMThread, DoesntStartWithoutAFunctionOrAThread)
+TEST(GMThread, SeedsItsOwnRandomNumbersByTheTimeIfItStarts)
 {
-    GMThread empty(nullptr, nullptr);
-    EXPECT_FALSE(empty.Start());
-    ImportHook const hook("_beginthreadex", &NoThread);
-    GMThread thread(&DrawNumber, nullptr);
-    EXPECT_FALSE(thread.Start());
-    ExpectNoThread(thread);
-}
-
-TEST(GMThread, SeedsItsOwnRandomNumbersByTheTime)
-{
-    ImportHook const hook("_time64", &AlwaysNoon);
+    ImportHook const noon(
+        "_time64", +[](__time64_t *) -> __time64_t { return 43200; });
     int number = 0;
-    GMThread thread(&DrawNumber, &number);
-    thread.Join(); // none yet; the empty handle would mean this process
+    GMThread thread([](void * drawn) { *static_cast<int *>(drawn) = std::rand(); }, &number);
     ASSERT_TRUE(thread.Start());
     thread.Join();
     std::srand(43200);
     EXPECT_EQ(std::rand(), number);
+
+    EXPECT_FALSE(GMThread(nullptr, nullptr).Start());
+    auto const noThread = [](void *, unsigned, unsigned(__stdcall *)(void *), void *, unsigned,
+                             unsigned *) { return std::uintptr_t(0); };
+    ImportHook const hook("_beginthreadex", +noThread);
+    EXPECT_FALSE(thread.Start());
 }
 
 TEST(GMThreadEnable, RunsOneThreadAfterTheOther)
 {
-    class Worker : public GMThreadEnable
+    struct Worker : GMThreadEnable
     {
-    public:
-        ~Worker() override { Join(); }
-        using GMThreadEnable::WorkFunc;
-        Signal m_mayEnd;
-        int m_done = 0;
-
-    private:
-        void DoWork() override { m_done += m_mayEnd.Comes() ? 1 : 0; }
-    };
-    Worker::WorkFunc(nullptr);
-    Worker worker;
-    worker.Join();
+        void DoWork() override { done += mayEnd.Comes() ? 1 : 0; }
+        Signal mayEnd;
+        int done = 0;
+    } worker;
     ASSERT_TRUE(worker.Start());
     EXPECT_FALSE(worker.Start());
     worker.TimeJoin(0);
     EXPECT_TRUE(worker.IsRunning());
-    worker.m_mayEnd.Give();
+    worker.mayEnd.Give();
     worker.TimeJoin(60000);
     EXPECT_FALSE(worker.IsRunning());
     EXPECT_TRUE(worker.Start());
     worker.Join();
-    EXPECT_EQ(2, worker.m_done);
+    EXPECT_EQ(2, worker.done);
 }
 
 } // namespace Velmora::Testing

@@ -1,10 +1,13 @@
 #pragma once
 
-#include <cstdint>
+#include <atomic>
 #include <functional>
+#include <utility>
 
+#include "VelmoraCommon/frame/WindowsApi.h"
 #include "VelmoraCommon/threads/GMBaseEvent.h"
 #include "VelmoraCommon/threads/GMThreadEnable.h"
+#include "tests/support/ImportHook.h"
 
 namespace Velmora::Testing
 {
@@ -47,26 +50,35 @@ private:
     Signal m_ended;
 };
 
-/// Stands for _beginthreadex when the system gives no thread.
-inline std::uintptr_t __cdecl NoThread(void *, unsigned, unsigned(__stdcall *)(void *), void *,
-                                       unsigned, unsigned *)
+/// Tells when a thread is about to wait inside the library. One at a time, and made before the
+/// threads of the test.
+class WaitWatch
 {
-    return 0;
-}
+public:
+    WaitWatch() { s_reached = &m_reached; }
 
-/// Whether another thread can lock \p mutex.
-template <class Mutex>
-bool IsFree(Mutex & mutex)
-{
-    bool locked = false;
-    Background(
-        [&]
+    /// On the thread to watch: the next wait is the one.
+    void Begin() { s_thread = GetCurrentThreadId(); }
+
+    bool Comes() { return m_reached.Comes(); }
+
+private:
+    static DWORD WINAPI Wait(HANDLE object, DWORD milliseconds)
+    {
+        if (GetCurrentThreadId() == s_thread)
         {
-            locked = mutex.TryLock();
-            if (locked)
-                mutex.UnLock();
-        });
-    return locked;
-}
+            s_thread = 0;
+            s_reached->Give();
+        }
+        return s_wait(object, milliseconds);
+    }
+
+    static inline decltype(&WaitForSingleObject) s_wait;
+    static inline std::atomic<DWORD> s_thread = 0;
+    static inline Signal * s_reached;
+
+    Signal m_reached;
+    ImportHook m_hook{"WaitForSingleObject", &Wait, s_wait};
+};
 
 } // namespace Velmora::Testing
