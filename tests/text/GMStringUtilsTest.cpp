@@ -7,9 +7,6 @@
 #include <tuple>
 #include <vector>
 
-#include "tests/support/LongRun.h"
-#include "tests/support/Mutator.h"
-
 namespace Velmora::Testing
 {
 
@@ -68,12 +65,9 @@ TEST(GMStringUtils, ReadsDecimalNumbers)
         {L"", 0, 0},
         {L"+12", 0, 0},
         {L"/:", 0, 0}, // the neighbours of the digits
-        {L"\uFF11", 0, 0},
-        {L"9223372036854775807", std::numeric_limits<__int64>::max(), 19},
         {L"-9223372036854775808", std::numeric_limits<__int64>::min(), 20},
         {L"18446744073709551615", -1, 20},
-        {L"18446744073709551617", 1, 20}, // wraps
-    };
+        {L"18446744073709551617", 1, 20}}; // wraps
     for (auto const & [text, number, length] : cases)
     {
         SCOPED_TRACE(PrintToString(text));
@@ -81,9 +75,6 @@ TEST(GMStringUtils, ReadsDecimalNumbers)
         wchar_t const * end = nullptr;
         EXPECT_EQ(number, Utils::ConvertStringToInt64(begin, &end));
         EXPECT_EQ(length, end - begin);
-        EXPECT_EQ(static_cast<int>(number), Utils::ConvertStringToInt32(begin, &end));
-        EXPECT_EQ(length, end - begin);
-        EXPECT_EQ(number, Utils::ToInt64(text));
         EXPECT_EQ(static_cast<int>(number), Utils::ToInt32(text));
         EXPECT_EQ(static_cast<short>(number), Utils::ToInt16(text));
 
@@ -91,9 +82,6 @@ TEST(GMStringUtils, ReadsDecimalNumbers)
         auto const positive = isRead ? static_cast<unsigned __int64>(number) : 0;
         EXPECT_EQ(positive, Utils::ConvertStringToUInt64(begin, &end));
         EXPECT_EQ(isRead ? length : 0, end - begin);
-        EXPECT_EQ(static_cast<unsigned int>(positive), Utils::ConvertStringToUInt32(begin, &end));
-        EXPECT_EQ(isRead ? length : 0, end - begin);
-        EXPECT_EQ(positive, Utils::ToUInt64(text));
         EXPECT_EQ(static_cast<unsigned int>(positive), Utils::ToUInt32(text));
         EXPECT_EQ(static_cast<unsigned short>(positive), Utils::ToUInt16(text));
     }
@@ -102,43 +90,31 @@ TEST(GMStringUtils, ReadsDecimalNumbers)
     EXPECT_EQ(65536u, Utils::ConvertStringToUInt64(bytes, &end));
     EXPECT_EQ(bytes + 5, end);
     EXPECT_EQ(-2.5, Utils::ConvertStringToDouble(L" -2.5e0 m"));
-}
 
-TEST(GMStringUtils, ReadsHexadecimalNumbers)
-{
-    std::tuple<wchar_t const *, unsigned int> const cases[] = {
-        {L"0x1G", 1},    {L"123456789", 0x12345678},
-        {L"0X", 0},      {L"0XAbCdEf09", 0xABCDEF09},
-        {L"0", 0},       {L" 1", 0},
-        {L"0xaF", 0xAF}, {L"@G`g", 0},
-        {L"/", 0},       {L":", 0},
-        {L"", 0},        {L"0x0x1", 0},
-    };
-    for (auto const & [text, value] : cases)
-        EXPECT_EQ(value, Utils::ConvertHexToUInt32(text)) << PrintToString(text);
+    std::tuple<wchar_t const *, unsigned int> const hexadecimal[] = {
+        {L"0x1G", 1}, {L"123456789", 0x12345678},
+        {L"0X", 0},   {L"0XAbCdEf09", 0xABCDEF09},
+        {L" 1", 0},   {L"0xaF", 0xAF},
+        {L"@", 0},    {L"`", 0},
+        {L"g", 0},    {L"/", 0},
+        {L":", 0},    {L"", 0}};
+    for (auto const & [text, value] : hexadecimal)
+        EXPECT_EQ(value, Utils::ConvertHexToUInt32(text)) << text;
 }
 
 TEST(GMStringUtils, PrintsDecimalNumbersAsTheStandardLibrary)
 {
-    auto const check = [](auto value, GMString (*convert)(decltype(value)))
-    {
-        EXPECT_EQ(std::to_wstring(value), convert(value));
-        EXPECT_EQ(std::to_wstring(value), Utils::ToString(value));
-    };
-    std::vector<unsigned __int64> values{0, 1u << 31, 0xFFFFFFFF, 1ull << 63, ~0ull};
+    std::vector<unsigned __int64> values{0, 1u << 31, 1ull << 63};
     for (unsigned __int64 power = 1; power <= 1000000000000000000; power *= 10)
-        values.insert(values.end(), {power - 1, power, power * 9, 0 - power});
+        values.insert(values.end(), {power - 1, power, 0 - power});
     for (unsigned __int64 const value : values)
     {
         auto const asSigned = static_cast<__int64>(value);
-        check(value, Utils::ConvertUInt64ToString);
-        check(asSigned, Utils::ConvertInt64ToString);
-        check(static_cast<int>(value), Utils::ConvertInt32ToString);
-        check(static_cast<unsigned int>(value), Utils::ConvertUInt32ToString);
-
+        EXPECT_EQ(std::to_wstring(value), Utils::ToString(value));
+        EXPECT_EQ(std::to_wstring(asSigned), Utils::ToString(asSigned));
+        EXPECT_EQ(std::to_wstring(static_cast<int>(value)),
+                  Utils::ToString(static_cast<int>(value)));
         wchar_t buffer[21]; // what callers provide
-        Utils::ConvertUInt64ToString(value, buffer);
-        EXPECT_EQ(std::to_wstring(value), buffer);
         Utils::ConvertInt64ToString(asSigned, buffer);
         EXPECT_EQ(std::to_wstring(asSigned), buffer);
     }
@@ -159,15 +135,15 @@ TEST(GMStringUtils, PrintsFileSizes)
     std::tuple<unsigned __int64, bool, wchar_t const *> const cases[] = {
         {0, true, L"0B"},
         {1023, true, L"1023B"},
-        {1023, true, L"1023B"},
+        {1023, false, L"1KB"},
+        {511, false, L"0KB"},
         {1024, true, L"1KB"},
         {(1 << 20) - 1, true, L"1024KB"},
         {1 << 20, true, L"1.0MB"},
         {3 << 19, false, L"1.5MB"},
         {(1 << 30) - 1, true, L"1024.0MB"},
         {1 << 30, true, L"1.00GB"},
-        {~0ull, true, L"17179869184.00GB"},
-    };
+        {~0ull, true, L"17179869184.00GB"}};
     for (auto const & [size, showBytes, text] : cases)
         EXPECT_EQ(text, Utils::GetFormatSize(size, showBytes)) << size;
 }
@@ -176,10 +152,10 @@ TEST(GMStringUtils, ClassifiesDigits)
 {
     EXPECT_TRUE(Utils::IsDigits(L"0123456789"));
     for (wchar_t const * text : {L"", L"1/", L"1:", L"\uFF11"})
-        EXPECT_FALSE(Utils::IsDigits(text)) << PrintToString(text);
+        EXPECT_FALSE(Utils::IsDigits(text)) << text;
     EXPECT_TRUE(Utils::IsMobilePhone(L"13912345678"));
     for (wchar_t const * text : {L"1234567890", L"123456789012", L"23456789012", L"1391234567x"})
-        EXPECT_FALSE(Utils::IsMobilePhone(text)) << PrintToString(text);
+        EXPECT_FALSE(Utils::IsMobilePhone(text)) << text;
 }
 
 TEST(GMStringUtils, FoldsEachUnitAsTheCLibrary)
@@ -190,8 +166,6 @@ TEST(GMStringUtils, FoldsEachUnitAsTheCLibrary)
         ASSERT_EQ(static_cast<wchar_t>(towlower(unit)), Utils::CharToLower(unit)) << i;
         ASSERT_EQ(static_cast<wchar_t>(towupper(unit)), Utils::CharToUpper(unit)) << i;
     }
-    EXPECT_EQ(L"az\u0410@[1", Edited(L"aZ\u0410@[1", Utils::MakeLower));
-    EXPECT_EQ(L"AZ\u0430`{1", Edited(L"aZ\u0430`{1", Utils::MakeUpper));
 }
 
 TEST(GMStringUtils, OrdersTexts)
@@ -267,16 +241,15 @@ TEST(GMStringUtils, FitsWildcardsToLongTextsInTime)
 
 TEST(GMStringUtils, FindsWithoutCase)
 {
-    Random random(32);
-    GMString const alphabet = L"aAbB\u0430\u0410\u212A";
-    for (unsigned int round = Rounds(20000, 500000); round != 0; --round)
+    for (GMString const & text : AllTexts(L"aAb\u212A", 4))
     {
-        GMString const text = random.TextOf(alphabet, 40);
-        GMString const x = random.TextOf(alphabet, 5);
-        auto const start = static_cast<unsigned int>(random.Below(text.length() + 2));
-        ASSERT_EQ(static_cast<unsigned int>(Lowered(text).find(Lowered(x), start)),
-                  Utils::FindNoCase(text, x, start))
-            << PrintToString(text) << " " << PrintToString(x) << start;
+        for (GMString const & x : AllTexts(L"aB\u212A", 2))
+        {
+            for (unsigned int start = 0; start <= 5; ++start)
+                ASSERT_EQ(static_cast<unsigned int>(Lowered(text).find(Lowered(x), start)),
+                          Utils::FindNoCase(text, x, start))
+                    << text << ' ' << x << start;
+        }
     }
     EXPECT_EQ(notFound, Utils::FindNoCase(L"ab", L"ab", notFound)); // the sum would wrap
 }
@@ -330,58 +303,50 @@ TEST(GMStringUtils, TakesMarkedTextsOff)
     }
 }
 
-TEST(GMStringUtils, HelpsWithPlainTexts)
+TEST(GMStringUtils, TakesNullForPlainTexts)
 {
     EXPECT_EQ(0u, Utils::StringLen(nullptr));
-    EXPECT_EQ(3u, Utils::StringLen(L"abc"));
     wchar_t buffer[4] = L"old";
     EXPECT_EQ(nullptr, Utils::StringCopy(buffer, nullptr));
     EXPECT_EQ(nullptr, Utils::StringCopy(nullptr, L"new"));
     EXPECT_STREQ(L"new", Utils::StringCopy(buffer, L"new"));
-    EXPECT_EQ(buffer + 1, Utils::StringChr(buffer, L'e'));
     EXPECT_EQ(nullptr, Utils::StringChr(nullptr, L'x'));
     EXPECT_EQ(2u, Utils::StringChrNum(L"banana", L'n'));
     EXPECT_EQ(0u, Utils::StringChrNum(nullptr, L'n'));
 }
 
-TEST(GMStringUtils, Trims)
+TEST(GMStringUtils, Edits)
 {
-    wchar_t const * const cases[][5] = {
-        {L" \ta b \t", L" \t", L"a b \t", L" \ta b", L"a b"},
-        {L"  ", L" ", L"", L"", L""},
-        {L" a", nullptr, L" a", L" a", L" a"},
+    std::tuple<wchar_t const *, void (*)(GMString &), wchar_t const *> const cases[] = {
+        {L" \ta b \t", [](GMString & s) { Utils::TrimLeft(s, L" \t"); }, L"a b \t"},
+        {L" \ta b \t", [](GMString & s) { Utils::TrimRight(s, L" \t"); }, L" \ta b"},
+        {L" \ta b \t", [](GMString & s) { Utils::Trim(s, L" \t"); }, L"a b"},
+        {L"  ", [](GMString & s) { Utils::Trim(s, L" "); }, L""},
+        {L" a", [](GMString & s) { Utils::Trim(s, nullptr); }, L" a"},
+        {L"  a bb   c ", [](GMString & s) { Utils::RemoveChar(s, L' '); }, L"abbc"},
+        {L"  a bb   c ", [](GMString & s) { Utils::TrimDupChar(s, L' '); }, L" a bb c "},
+        {L"\"a\"b\"", Utils::RemoveQuote, L"a\"b"},
+        {L"\"\"", Utils::RemoveQuote, L""},
+        {L"\"", Utils::RemoveQuote, L""},
+        {L"\"ab", Utils::RemoveQuote, L"\"ab"},
+        {L"", Utils::RemoveQuote, L""},
+        {L"a&\"b<'", Utils::SimapleXmlEscape, L"a&amp;&quot;b<'"},
+        {L"&amp;quot;&quot;", Utils::SimapleXmlUnEscape, L"&quot;\""},
+        {L"a-a", [](GMString & s) { Utils::Replace(s, L'a', L'b'); }, L"b-b"},
+        {L"aZ\u0410@[1", Utils::MakeLower, L"az\u0410@[1"},
+        {L"aZ\u0430`{1", Utils::MakeUpper, L"AZ\u0430`{1"},
     };
-    for (auto const & [text, set, left, right, both] : cases)
-    {
-        SCOPED_TRACE(PrintToString(text));
-        EXPECT_EQ(left, Edited(text, Utils::TrimLeft, set));
-        EXPECT_EQ(right, Edited(text, Utils::TrimRight, set));
-        EXPECT_EQ(both, Edited(text, Utils::Trim, set));
-    }
-}
-
-TEST(GMStringUtils, RemovesUnits)
-{
-    EXPECT_EQ(L"abbc", Edited(L"  a bb   c ", Utils::RemoveChar, L' '));
-    EXPECT_EQ(L" a bb c ", Edited(L"  a bb   c ", Utils::TrimDupChar, L' '));
-    wchar_t const * const quoted[][2] = {
-        {L"\"a\"b\"", L"a\"b"}, {L"\"\"", L""}, {L"\"", L""}, {L"\"ab", L"\"ab"}, {L"", L""}};
-    for (auto const & [text, inner] : quoted)
-        EXPECT_EQ(inner, Edited(text, Utils::RemoveQuote));
+    for (auto const & [text, edit, result] : cases)
+        EXPECT_EQ(result, Edited(text, edit)) << text;
 }
 
 TEST(GMStringUtils, Replaces)
 {
     wchar_t const * const cases[][5] = {
-        {L"aaa", L"a", L"aa", L"aaaaaa", L"aaaaaa"},
-        {L"aaa", L"aa", L"x", L"xa", L"xa"},
-        {L"abAB", L"ab", L"", L"AB", L""},
-        {L"abAB", L"AB", L"xyz", L"abxyz", L"xyzxyz"},
-        {L"-a-", L"a", L"\u4E2D\u6587", L"-\u4E2D\u6587-", L"-\u4E2D\u6587-"},
-        {L"ab", L"abc", L"x", L"ab", L"ab"},
-        {L"abc", L"", L"x", L"abc", L"abc"},
-        {L"abc", nullptr, L"x", L"abc", L"abc"},
-        {L"abc", L"a", nullptr, L"abc", L"abc"},
+        {L"aaa", L"a", L"aa", L"aaaaaa", L"aaaaaa"}, {L"aaa", L"aa", L"x", L"xa", L"xa"},
+        {L"abAB", L"ab", L"", L"AB", L""},           {L"abAB", L"AB", L"xyz", L"abxyz", L"xyzxyz"},
+        {L"ab", L"abc", L"x", L"ab", L"ab"},         {L"abc", L"", L"x", L"abc", L"abc"},
+        {L"abc", nullptr, L"x", L"abc", L"abc"},     {L"abc", L"a", nullptr, L"abc", L"abc"},
     };
     using Replace = void (*)(GMString &, wchar_t const *, wchar_t const *);
     for (auto const & [text, from, to, result, resultNoCase] : cases)
@@ -390,28 +355,15 @@ TEST(GMStringUtils, Replaces)
         EXPECT_EQ(result, Edited(text, Replace(Utils::Replace), from, to));
         EXPECT_EQ(resultNoCase, Edited(text, Utils::ReplaceNoCase, from, to));
     }
-    GMString units = L"a-a";
-    Utils::Replace(units, L'a', L'b');
-    EXPECT_EQ(L"b-b", units);
-}
-
-TEST(GMStringUtils, EscapesForXml)
-{
-    EXPECT_EQ(L"a&amp;&quot;b<'", Edited(L"a&\"b<'", Utils::SimapleXmlEscape));
-    for (wchar_t const * text : {L"a&\"b", L"&quot;", L"&amp;quot;"})
-        EXPECT_EQ(text, Edited(Edited(text, Utils::SimapleXmlEscape), Utils::SimapleXmlUnEscape));
 }
 
 TEST(GMStringUtils, FormatsTextsOfAnyLength)
 {
-    for (std::size_t const length : {1, 1022, 1023, 1024, 2047, 2048, 100000})
+    for (std::size_t const length : {1, 1023, 1024, 2047, 2048, 100000})
     {
         SCOPED_TRACE(length);
         GMString const filler(length - 1, L'x');
-        GMString text = L"old";
-        Utils::Format(text, L"%s%d", filler.c_str(), 7);
-        EXPECT_EQ(filler + L"7", text);
-        EXPECT_EQ(text, Utils::FormatResult(L"%s%d", filler.c_str(), 7));
+        EXPECT_EQ(filler + L"7", Utils::FormatResult(L"%s%d", filler.c_str(), 7));
         GMStringA const narrow(length - 1, 'x');
         EXPECT_EQ(narrow + "7", Utils::FormatResultA("%s%d", narrow.c_str(), 7));
     }
@@ -421,12 +373,10 @@ TEST(GMStringUtils, FormatsTextsOfAnyLength)
     EXPECT_EQ("", Utils::FormatResultA("%lc", 0xD800)) << "no buffer is large enough for that";
 
     wchar_t const * volatile const noFormat = nullptr;
-    char const * volatile const noFormatA = nullptr;
     Utils::Format(text, noFormat);
     Utils::Format(text, L"");
     EXPECT_EQ(L"itself narrow 0000beef", text);
     EXPECT_EQ(L"", Utils::FormatResult(noFormat));
-    EXPECT_EQ("", Utils::FormatResultA(noFormatA));
 }
 
 TEST(GMStringUtils, FormatsIntoBuffers)
@@ -441,7 +391,7 @@ TEST(GMStringUtils, FormatsIntoBuffers)
     };
     // The text has three units.
     std::tuple<int, bool, int> const cases[] = {
-        {5, true, 0}, {4, true, 0}, {3, true, 1}, {1, true, 1}, {4, false, -1}};
+        {4, true, 0}, {3, true, 1}, {1, true, 1}, {4, false, -1}};
     for (auto const & [size, hasFormat, result] : cases)
     {
         SCOPED_TRACE(size);
