@@ -14,27 +14,37 @@ using Token = GMStringToken;
 using Texts = std::vector<GMString>;
 using Map = std::map<GMString, GMString>;
 
+/// Texts and pairs in one line.
+GMString Shown(Texts const & texts)
+{
+    GMString line;
+    for (GMString const & each : texts)
+        line += each + L'|';
+    return line;
+}
+GMString Shown(Map const & pairs)
+{
+    GMString line;
+    for (auto const & [key, value] : pairs)
+        line += key + L'=' + value + L'|';
+    return line;
+}
+
 TEST(GMStringToken, SplitsBySeparators)
 {
     // The first delimiter is that of the array.
-    std::tuple<wchar_t const *, wchar_t const *, Texts, Texts> const cases[] = {
-        {L";;a;;b;", L";", {L"a", L"b"}, {L"", L"", L"a", L"", L"b"}},
-        {L"a,b;c", L";,", {L"a", L"b", L"c"}, {L"a,b", L"c"}},
-        {L"a\u3001b\xFF0C\u0101",
-         L"\u3001\xFF0C",
-         {L"a", L"b", L"\u0101"},
-         {L"a", L"b\xFF0C\u0101"}},
-        {L"a;b", L"", {L"a;b"}, {L"a;b"}},
-    };
-    for (auto const & [text, delimiters, expectedTokens, expectedFields] : cases)
+    wchar_t const * const cases[][4] = {
+        {L";;a;;b;", L";", L"a|b|", L"||a||b|"},
+        {L"a,b;c", L";,", L"a|b|c|", L"a,b|c|"},
+        {L"a\u3001b\xFF0C\u0101", L"\u3001\xFF0C", L"a|b|\u0101|", L"a|b\xFF0C\u0101|"},
+        {L"a;b", L"", L"a;b|", L"a;b|"}};
+    for (auto const & [text, delimiters, tokens, fields] : cases)
     {
-        Texts tokens{L"old"};
-        Token::StringToken(text, delimiters, tokens);
-        EXPECT_EQ(L"old", tokens[0]);
-        EXPECT_EQ(expectedTokens, Texts(tokens.begin() + 1, tokens.end()));
-        Texts fields;
-        Token::StringToArray(text, delimiters[0], fields);
-        EXPECT_EQ(expectedFields, fields);
+        Texts byToken{L"old"}, byArray;
+        Token::StringToken(text, delimiters, byToken);
+        EXPECT_EQ(GMString(L"old|") + tokens, Shown(byToken));
+        Token::StringToArray(text, delimiters[0], byArray);
+        EXPECT_EQ(fields, Shown(byArray));
     }
 }
 
@@ -58,8 +68,7 @@ TEST(GMStringToken, PutsTokensIntoAMap)
 {
     Map map{{L"b", L"old"}, {L"z", L"old"}};
     Token::StringTokenToMap(L"a:=1;b;d:=x:=y;:=v", L";", map, L":=");
-    EXPECT_EQ((Map{{L"", L"=v"}, {L"a", L"=1"}, {L"b", L""}, {L"d", L"=x:=y"}, {L"z", L"old"}}),
-              map);
+    EXPECT_EQ(L"==v|a==1|b=|d==x:=y|z=old|", Shown(map));
 }
 
 TEST(GMStringToken, PutsNumbersOverElements)
@@ -85,19 +94,17 @@ TEST(GMStringToken, PutsNumbersOverElements)
 
 TEST(GMStringToken, SplitsLinesWithQuotes)
 {
-    std::tuple<wchar_t const *, Texts> const cases[] = {
-        {L"  a  b ", {L"a", L"b"}},
-        {LR"("a"b "x y" d)", {LR"("a")", L"b", LR"("x y")", L"d"}},
-        {LR"("a b)", {LR"("a b)"}},
-        {LR"("a\" b" c)", {LR"("a\" b")", L"c"}},
-        {LR"(a"b c"d " "")", {LR"(a"b)", LR"(c"d)", LR"(" ")", LR"(")"}},
-        {L"a\tb", {L"a\tb"}},
-    };
+    wchar_t const * const cases[][2] = {{L"  a  b ", L"a|b|"},
+                                        {LR"("a"b "x y" d)", LR"("a"|b|"x y"|d|)"},
+                                        {LR"("a b)", LR"("a b|)"},
+                                        {LR"("a\" b" c)", LR"("a\" b"|c|)"},
+                                        {LR"(a"b c"d " "")", LR"(a"b|c"d|" "|"|)"},
+                                        {L"a\tb", L"a\tb|"}};
     Texts tokens;
     for (auto const & [line, expected] : cases)
     {
         Token::SplitLine(line, tokens);
-        EXPECT_EQ(expected, tokens) << PrintToString(line);
+        EXPECT_EQ(expected, Shown(tokens));
     }
     tokens = {L"a b", L"c"};
     Token::SplitLine(tokens[0], tokens);
@@ -139,16 +146,15 @@ TEST(GMStringToken, SplitsCommands)
 
 TEST(GMStringToken, ReadsAndWritesFileNameLists)
 {
-    std::tuple<wchar_t const *, bool, Texts> const cases[] = {
-        {L"\"a;b\";c", true, {L"a;b", L"c"}}, {L";;a; ;", true, {L"a", L""}},
-        {L" a ;\" b \"", true, {L"a", L"b"}}, {L" a ; ;b", false, {L" a ", L" ", L"b"}},
-        {L"a\"b;c\"d", false, {L"ab;cd"}},    {L"\"a;b", false, {L"a;b"}},
-    };
+    std::tuple<wchar_t const *, bool, wchar_t const *> const cases[] = {
+        {L"\"a;b\";c", true, L"a;b|c|"},  {L";;a; ;", true, L"a||"},
+        {L" a ;\" b \"", true, L"a|b|"},  {L" a ; ;b", false, L" a | |b|"},
+        {L"a\"b;c\"d", false, L"ab;cd|"}, {L"\"a;b", false, L"a;b|"}};
     for (auto const & [text, trim, expected] : cases)
     {
         Texts names;
         Token::StringToFileNameArray(text, names, L';', trim);
-        EXPECT_EQ(expected, names);
+        EXPECT_EQ(expected, Shown(names));
     }
     EXPECT_EQ(L"\"a b\" \"c\"", Token::FileNameArrayToString({L"a b", L"", L"c"}));
     EXPECT_EQ(L"a,b,", Token::Implode({L"", L"a", L"b"}, L",", true));
@@ -157,42 +163,36 @@ TEST(GMStringToken, ReadsAndWritesFileNameLists)
 
 TEST(GMStringToken, ReadsKeyValueLines)
 {
-    std::tuple<wchar_t const *, Map> const cases[] = {
-        {L" none ", {}},
-        {L"a=1 b=\"x y\" c=", {{L"a", L"1"}, {L"b", L"x y"}, {L"c", L""}}},
-        {L"a = 1", {{L"a ", L"1"}}},
-        {L"a=\"x", {{L"a", L"\"x"}}},
-        {L"a='x\" b=2", {{L"a", L"x"}, {L"b", L"2"}}},
-        {L"\t a=1\tb=2 c", {{L"a", L"1\tb=2"}}},
-        {L"a= \r\n", {{L"a", L""}}},
-        {L"a=\"\"b=c", {{L"a", L""}, {L"b", L"c"}}},
-    };
+    wchar_t const * const cases[][2] = {{L" none ", L""},
+                                        {L"a=1 b=\"x y\" c=", L"a=1|b=x y|c=|"},
+                                        {L"a = 1", L"a =1|"},
+                                        {L"a=\"x", L"a=\"x|"},
+                                        {L"a='x\" b=2", L"a=x|b=2|"},
+                                        {L"\t a=1\tb=2 c", L"a=1\tb=2|"},
+                                        {L"a= \r\n", L"a=|"},
+                                        {L"a=\"\"b=c", L"a=|b=c|"}};
     for (auto const & [line, expected] : cases)
     {
-        SCOPED_TRACE(PrintToString(line));
         Map pairs;
-        EXPECT_EQ(!expected.empty(), Token::ParseSimpleKeyValueLine(line, L"\"'", pairs));
-        EXPECT_EQ(expected, pairs);
+        EXPECT_EQ(*expected != 0, Token::ParseSimpleKeyValueLine(line, L"\"'", pairs));
+        EXPECT_EQ(expected, Shown(pairs));
     }
 }
 
 TEST(GMStringToken, ReadsFlatJson)
 {
-    std::tuple<wchar_t const *, Map> const cases[] = {
-        {L" {}\r\n", {}}, // refused
-        {L"{\"a\": \"1\", \"b\":2}", {{L"a", L"1"}, {L"b", L"2"}}},
-        {L"{\"a\":\"x,y\"}", {{L"a", L"\"x"}, {L"y\"", L""}}},
-        {L"{\"a\":\"b:c\", \"d\"}", {{L"a", L"b:c"}, {L"d", L""}}},
-        {L"{\"a\":1,\n\"b\":2}", {{L"a", L"1"}, {L"\n\"b\"", L"2"}}},
-        {L"{\" a \":\"\\\"\"}", {{L" a ", L"\\\""}}},
-        {L"{,a:1,a:2", {{L"", L""}, {L"a", L"2"}}},
-    };
+    wchar_t const * const cases[][2] = {{L" {}\r\n", L""},
+                                        {L"{\"a\": \"1\", \"b\":2}", L"a=1|b=2|"},
+                                        {L"{\"a\":\"x,y\"}", L"a=\"x|y\"=|"},
+                                        {L"{\"a\":\"b:c\", \"d\"}", L"a=b:c|d=|"},
+                                        {L"{\"a\":1,\n\"b\":2}", L"\n\"b\"=2|a=1|"},
+                                        {L"{\" a \":\"\\\"\"}", L" a =\\\"|"},
+                                        {L"{,a:1,a:2", L"=|a=2|"}};
     for (auto const & [text, expected] : cases)
     {
-        SCOPED_TRACE(PrintToString(text));
         Map pairs;
-        EXPECT_EQ(!expected.empty(), Token::ParseSimpleJsonArray(text, pairs));
-        EXPECT_EQ(expected, pairs);
+        EXPECT_EQ(*expected != 0, Token::ParseSimpleJsonArray(text, pairs));
+        EXPECT_EQ(expected, Shown(pairs));
     }
     GMString value = L"kept";
     EXPECT_FALSE(Token::QuickFindJsonValue(L"{\"a\":\"\"}", L"b", value));
@@ -204,21 +204,15 @@ TEST(GMStringToken, ReadsFlatJson)
 
 TEST(GMStringToken, CutsByMarks)
 {
-    EXPECT_EQ(L"a", Token::SubStrBefore(L"a--b--c", L"--"));
-    EXPECT_EQ(L"b--c", Token::SubStrAfter(L"a--b--c", L"--"));
+    EXPECT_EQ(L"a b--c", Token::SubStrBefore(L"a--b--c", L"--") + L' ' +
+                             Token::SubStrAfter(L"a--b--c", L"--"));
     EXPECT_EQ(L"", Token::SubStrBefore(L"abc", L"--") + Token::SubStrAfter(L"abc", L"--"));
-    std::tuple<wchar_t const *, unsigned int, wchar_t const *> const between[] = {
-        {L"a<<b>>c<<d>>", 2, L"d"},
-        {L"a<<b", 0, L""},
-        {L">>b", 0, L""},
-        {L"<<b>>", 0xFFFFFFFF, L""}};
-    for (auto const & [text, start, part] : between)
-        EXPECT_EQ(part, Token::FindStringBetween(text, L"<<", L">>", start)) << PrintToString(text);
-
-    wchar_t const * const cut[][3] = {
-        {L"", L"]", L""},        {L"a[b]c[d", L"]", L"ac[d"}, {L"a]b[c]", L"]", L"a]b"},
-        {L"[a[b]]", L"]", L"]"}, {L"a[b]]c", L"]]", L"a]c"},  {L"a[b]]", L"]]", L"a]"},
-    };
+    EXPECT_EQ(L"d", Token::FindStringBetween(L"a<<b>>c<<d>>", L"<<", L">>", 2));
+    EXPECT_EQ(L"", Token::FindStringBetween(L"<<b>>", L"<<", L">>", 0xFFFFFFFF));
+    EXPECT_EQ(L"", Token::FindStringBetween(L">>a<<b", L"<<", L">>", 0));
+    wchar_t const * const cut[][3] = {{L"", L"]", L""},           {L"a[b]c[d", L"]", L"ac[d"},
+                                      {L"a]b[c]", L"]", L"a]b"},  {L"[a[b]]", L"]", L"]"},
+                                      {L"a[b]]c", L"]]", L"a]c"}, {L"a[b]]", L"]]", L"a]"}};
     for (auto const & [text, close, rest] : cut)
         EXPECT_EQ(rest, Token::ReplaceBetween(text, L"[", close));
 }
