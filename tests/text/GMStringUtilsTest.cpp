@@ -179,7 +179,7 @@ TEST(GMStringUtils, CutsPiecesAndTakesThemOff)
     EXPECT_EQ(L"abc|abc", Utils::Left(L"abc", 5) + L'|' + Utils::Right(L"abc", 5));
     EXPECT_EQ(L"", Utils::Left(L"abc", -1) + Utils::Right(L"abc", -1));
     std::tuple<int, unsigned int, wchar_t const *> const middles[] = {
-        {1, 1, L"b"}, {1, 9, L"bc"}, {1, notFound, L"bc"}, {3, 1, L""}, {-1, 2, L""}};
+        {1, 1, L"b"}, {1, 9, L"bc"}, {1, notFound, L"bc"}, {4, 1, L""}, {-1, 2, L""}};
     for (auto const & [start, count, middle] : middles)
         EXPECT_EQ(middle, Utils::Mid(L"abc", start, count)) << start;
     EXPECT_TRUE(!Utils::StringLen(nullptr) && !Utils::StringChrNum(nullptr, L'n'));
