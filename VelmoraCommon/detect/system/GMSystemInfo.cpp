@@ -147,7 +147,7 @@ unsigned int GMSystemInfo::GetSystemEnvironment()
     session.Query(L"SELECT * FROM Win32_ComputerSystem",
                   [&model](IWbemClassObject & row)
                   {
-                      model = TextProperty(row, L"Model");
+                      model = WmiValue(&row, L"Model").StoredText();
                       return false; // the first row is enough
                   });
     for (ModelRow const & row : modelRows)

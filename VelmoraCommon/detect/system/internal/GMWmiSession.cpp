@@ -16,6 +16,31 @@ HRESULT SetProxySecurity(IUnknown & proxy, bool strict)
                              RPC_C_IMP_LEVEL_IMPERSONATE, nullptr, EOAC_NONE);
 }
 
+/// \throws _com_error for want of memory
+ScopedBstr MakeBstr(wchar_t const * text)
+{
+    ScopedBstr bstr(SysAllocString(text));
+    if (!bstr)
+        _com_issue_error(E_OUTOFMEMORY);
+    return bstr;
+}
+
+/// A row that comes with a warning or an error is passed over.
+void ReadRows(IEnumWbemClassObject & rows, long patience, GMWmiSession::Visitor const & visit)
+{
+    for (;;)
+    {
+        ComPtr<IWbemClassObject> row; // released before the next one comes
+        ULONG count = 0;
+        HRESULT const result = rows.Next(patience, 1, row.GetAddressOf(), &count);
+        if (result == WBEM_S_FALSE || row == nullptr ||
+            (result == WBEM_S_NO_ERROR && !visit(*row.Get())))
+        {
+            return;
+        }
+    }
+}
+
 } // namespace
 
 GMWmiSession::GMWmiSession(Strictness strictness) : m_apartment(COINIT_APARTMENTTHREADED)
@@ -42,8 +67,7 @@ GMWmiSession::GMWmiSession(Strictness strictness) : m_apartment(COINIT_APARTMENT
         m_services = services;
 }
 
-bool GMWmiSession::Query(wchar_t const * query,
-                         std::function<bool(IWbemClassObject &)> const & visit) const
+bool GMWmiSession::Query(wchar_t const * query, Visitor const & visit) const
 {
     ScopedBstr const language = MakeBstr(L"WQL");
     ScopedBstr const text = MakeBstr(query);
@@ -55,32 +79,68 @@ bool GMWmiSession::Query(wchar_t const * query,
     {
         return false;
     }
-    for (;;)
+    ReadRows(*rows.Get(), WBEM_INFINITE, visit);
+    return true;
+}
+
+bool GMWmiSession::ReadClass(wchar_t const * name, long patience, Visitor const & visit) const
+{
+    ScopedBstr const text = MakeBstr(name);
+    ComPtr<IEnumWbemClassObject> rows;
+    if (m_services == nullptr || FAILED(m_services->CreateInstanceEnum(
+                                     text.Get(), WBEM_FLAG_SHALLOW, nullptr, rows.GetAddressOf())))
     {
-        ComPtr<IWbemClassObject> row; // released before the next one comes
-        ULONG count = 0;
-        HRESULT const next = rows->Next(WBEM_INFINITE, 1, row.GetAddressOf(), &count);
-        if (FAILED(next))
-            return false;
-        if (next != WBEM_S_NO_ERROR || row == nullptr || !visit(*row.Get()))
-            return true;
+        return false;
     }
+    ReadRows(*rows.Get(), patience, visit);
+    return true;
 }
 
-ScopedBstr MakeBstr(wchar_t const * text)
+ComPtr<IWbemClassObject> GMWmiSession::Object(GMString const & path) const
 {
-    ScopedBstr bstr(SysAllocString(text));
-    if (!bstr)
-        _com_issue_error(E_OUTOFMEMORY);
-    return bstr;
+    ScopedBstr const text = MakeBstr(path.c_str());
+    ComPtr<IWbemClassObject> object;
+    if (m_services != nullptr)
+        m_services->GetObject(text.Get(), 0, nullptr, object.GetAddressOf(), nullptr);
+    return object;
 }
 
-GMString TextProperty(IWbemClassObject & row, wchar_t const * name)
+WmiValue::WmiValue(IWbemClassObject * row, wchar_t const * name)
+    : m_isThere(row != nullptr && SUCCEEDED(row->Get(name, 0, m_value.Receive(), nullptr, nullptr)))
 {
-    ScopedVariant value;
-    if (FAILED(row.Get(name, 0, value.Receive(), nullptr, nullptr)) || value->vt != VT_BSTR)
-        return GMString();
-    return BstrText(value->bstrVal);
+}
+
+GMString WmiValue::Text() { return IsEmpty() ? GMString() : BstrText(As(VT_BSTR).bstrVal); }
+
+int WmiValue::Number() { return IsEmpty() ? 0 : As(VT_I4).lVal; }
+
+unsigned __int64 WmiValue::Size()
+{
+    if (m_value->vt == VT_I8 || m_value->vt == VT_UI8)
+        return m_value->ullVal;
+    if (m_value->vt == VT_I4) // WMI's form of 32 bits without sign: negative from 2 GB on
+        return static_cast<unsigned int>(m_value->lVal);
+    return IsEmpty() ? 0 : As(VT_UI4).ulVal;
+}
+
+GMString WmiValue::StoredText() const
+{
+    return m_value->vt == VT_BSTR ? BstrText(m_value->bstrVal) : GMString();
+}
+
+bool WmiValue::IsEmpty() const noexcept
+{
+    return m_value->vt == VT_EMPTY || m_value->vt == VT_NULL;
+}
+
+VARIANT const & WmiValue::As(VARTYPE type)
+{
+    if (m_value->vt == type)
+        return m_value.Get();
+    HRESULT const result = VariantChangeType(&m_value.Get(), &m_value.Get(), 0, type);
+    if (FAILED(result))
+        _com_issue_error(result);
+    return m_value.Get();
 }
 
 } // namespace Velmora

@@ -28,11 +28,21 @@ public:
     /// False when connecting failed.
     explicit operator bool() const noexcept { return m_services != nullptr; }
 
-    /// Runs a WQL query and calls \p visit with each row, one at a time, until it answers false.
-    /// \return false if the query can't be run
-    bool Query(wchar_t const * query, std::function<bool(IWbemClassObject &)> const & visit) const;
+    /// Gets one row; false ends the reading.
+    using Visitor = std::function<bool(IWbemClassObject &)>;
 
-    IWbemServices * Services() const noexcept { return m_services.Get(); }
+    // Both read the rows one at a time. \return false without a connection, or if the rows can't be
+    // asked for
+
+    /// \param query in WQL
+    bool Query(wchar_t const * query, Visitor const & visit) const;
+
+    /// Reads the objects of a class itself, without those of classes derived from it.
+    /// \param patience for each row, in milliseconds
+    bool ReadClass(wchar_t const * name, long patience, Visitor const & visit) const;
+
+    /// The object at a path; null if there is none, and without a connection.
+    ComPtr<IWbemClassObject> Object(GMString const & path) const;
 
 private:
     ComApartment m_apartment; // first, since it is left last
@@ -40,10 +50,33 @@ private:
     ComPtr<IWbemServices> m_services; // null when connecting failed
 };
 
-/// A text for COM. \throws _com_error for want of memory
-ScopedBstr MakeBstr(wchar_t const * text);
+/// One property of a row. A property that is missing or null is an empty text and the number 0.
+///
+/// Values of other types are converted; `_com_error` is thrown for one that can't be.
+class WmiValue
+{
+public:
+    /// \param row may be null, and then has nothing
+    WmiValue(IWbemClassObject * row, wchar_t const * name);
 
-/// A property that is a text; empty for any other type, and if the row doesn't have it.
-GMString TextProperty(IWbemClassObject & row, wchar_t const * name);
+    /// Whether the row has the property, be it null.
+    bool IsThere() const noexcept { return m_isThere; }
+
+    GMString Text();
+    int Number();
+
+    /// 64 bits if it is stored so, else 32 bits without sign.
+    unsigned __int64 Size();
+
+    /// The text as stored: empty for any other type.
+    GMString StoredText() const;
+
+private:
+    bool IsEmpty() const noexcept;
+    VARIANT const & As(VARTYPE type);
+
+    ScopedVariant m_value;
+    bool m_isThere;
+};
 
 } // namespace Velmora
