@@ -5,40 +5,15 @@
 #include <gtest/gtest.h>
 
 #include "VelmoraCommon/registry/GMRegFile.h"
-#include "tests/support/ImportHook.h"
+#include "tests/detect/system/FakeSystem.h"
 #include "tests/support/RegistrySandbox.h"
 
 namespace Velmora::Testing
 {
 
-namespace
-{
-
-OSVERSIONINFOEXW s_version;
-BOOL s_answers = TRUE;
-WORD s_architecture;
-int s_r2;
-
-BOOL WINAPI TellVersion(OSVERSIONINFOW * version)
-{
-    if (version->dwOSVersionInfoSize != sizeof(s_version))
-        return FALSE;
-    s_version.dwOSVersionInfoSize = sizeof(s_version);
-    *reinterpret_cast<OSVERSIONINFOEXW *>(version) = s_version;
-    return s_answers;
-}
-
-void WINAPI TellArchitecture(SYSTEM_INFO * info) { info->wProcessorArchitecture = s_architecture; }
-
-int WINAPI TellR2(int number) { return number == 89 ? s_r2 : 0; }
-
-} // namespace
-
 TEST(GMSystemInfo, NamesTheSystem)
 {
-    ImportHook const version("GetVersionExW", &TellVersion);
-    ImportHook const architecture("GetSystemInfo", &TellArchitecture);
-    ImportHook const metrics("GetSystemMetrics", &TellR2);
+    FakeSystem system;
     struct Case
     {
         DWORD major;
@@ -74,13 +49,13 @@ TEST(GMSystemInfo, NamesTheSystem)
     };
     for (Case const & each : cases)
     {
-        s_version = {};
-        s_version.dwMajorVersion = each.major;
-        s_version.dwMinorVersion = each.minor;
-        s_version.dwPlatformId = each.platform;
-        s_version.wProductType = each.product;
-        s_architecture = each.architecture;
-        s_r2 = each.r2;
+        system.version = {};
+        system.version.dwMajorVersion = each.major;
+        system.version.dwMinorVersion = each.minor;
+        system.version.dwPlatformId = each.platform;
+        system.version.wProductType = each.product;
+        system.info.wProcessorArchitecture = each.architecture;
+        system.r2 = each.r2;
         SCOPED_TRACE(std::to_string(each.major) + "." + std::to_string(each.minor));
         GMString name;
         unsigned int major = 0;
@@ -89,12 +64,11 @@ TEST(GMSystemInfo, NamesTheSystem)
         EXPECT_EQ(each.major, major);
         EXPECT_TRUE(GMSystemInfo::GetWindowsVersion(&major, nullptr));
     }
-    s_answers = FALSE;
+    system.answers = FALSE;
     GMString name = L"old";
     unsigned int major = 7;
     EXPECT_FALSE(GMSystemInfo::GetWindowsVersion(name, major));
     EXPECT_EQ(7u, major);
-    s_answers = TRUE;
 }
 
 TEST(GMSystemInfo, TellsTimes)

@@ -1,0 +1,251 @@
+#include <filesystem>
+
+#include <gmock/gmock.h>
+
+#include "VelmoraCommon/detect/system/GMHardwareDetect.h"
+#include "VelmoraCommon/frame/GMSharedLibrary.h"
+#include "tests/detect/system/FakeGpus.h"
+#include "tests/detect/system/FakeSystem.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace Velmora::Testing
+{
+
+namespace
+{
+
+FakeGpus s_gpus;
+std::wstring s_systemFolder;
+
+UINT WINAPI TellSystemFolder(wchar_t * buffer, UINT size)
+{
+    auto const length = static_cast<UINT>(s_systemFolder.size());
+    if (size <= length)
+        return length + 1;
+    std::wmemcpy(buffer, s_systemFolder.c_str(), length + 1);
+    return length;
+}
+
+/// Drivers' libraries of both vendors, which the system's loader finds.
+class FakeDrivers
+{
+public:
+    explicit FakeDrivers(std::initializer_list<wchar_t const *> names)
+        : m_systemFolder("GetSystemDirectoryW", &TellSystemFolder)
+    {
+        auto const library = std::filesystem::path(GMSharedLibrary::GetModuleFullName(nullptr))
+                                 .replace_filename("fake_gpu_library.dll");
+        for (auto const * name : names)
+            std::filesystem::copy_file(library, m_folder.File(name));
+        s_systemFolder = m_folder.Path();
+        SetDllDirectoryW(m_folder.Path().c_str());
+    }
+    ~FakeDrivers()
+    {
+        SetDllDirectoryW(nullptr);
+        for (auto const * name : {L"nvapi.dll", L"atiadlxx.dll", L"atiadlxy.dll"})
+        {
+            while (HMODULE const module = GetModuleHandleW(name))
+                FreeLibrary(module);
+        }
+    }
+
+private:
+    TemporaryFolder m_folder;
+    ImportHook m_systemFolder;
+};
+
+std::vector<GMVideoCardInfo> Cards(std::initializer_list<wchar_t const *> pnpDeviceIds)
+{
+    std::vector<GMVideoCardInfo> cards;
+    for (auto const * id : pnpDeviceIds)
+    {
+        GMVideoCardInfo card;
+        card.m_pnpDeviceId = id;
+        card.m_memoryClock = card.m_coreClock = 7;
+        cards.push_back(card);
+    }
+    return cards;
+}
+
+} // namespace
+
+extern "C" __declspec(dllexport) FakeGpus & __cdecl VelmoraFakeGpus() { return s_gpus; }
+
+TEST(GMHardwareDetect, ReadsClocksOfNvidia)
+{
+    FakeDrivers const drivers{L"nvapi.dll"};
+    s_gpus = {};
+    s_gpus.nvidiaCount = 4;
+    // The vendor stands in the low half of the first number, the device in the fourth.
+    s_gpus.nvidia[0] = {{0x268410DE, 0x0889103C, 0xA, 0x684}, 0, 0, 1, 210000, 1, 405000};
+    s_gpus.nvidia[1] = {{0x268410DE, 0x88E10DE, 0xA1, 0x2684}, -1, 0, 1, 1, 1, 1};
+    s_gpus.nvidia[2] = {{0x111110DE, 0, 0, 0x1111}, 0, 0, 1, 1, 1, 1}; // no such adapter
+    s_gpus.nvidia[3] = {{0x222210DE, 1, 2, 0x2222}, 0, 0, 2, 1, 3, 800};
+    GMHardwareDetect machine;
+    machine.m_videoCards = Cards({L"PCI\\VEN_10DE&DEV_0684&SUBSYS_0889103C&REV_0A\\4&1",
+                                  L"pci\\ven_10de&dev_0684&subsys_0889103c&rev_0a\\4&2",
+                                  L"PCI\\VEN_10DE&DEV_2684&SUBSYS_088E10DE&REV_A1\\4&3",
+                                  L"PCI\\VEN_10DE&DEV_2222&SUBSYS_00000001&REV_02"});
+    EXPECT_TRUE(machine.DetectNVIDIAGpuFrequency());
+    auto const clocks = [&machine](std::size_t card)
+    {
+        return std::pair(machine.m_videoCards[card].m_coreClock,
+                         machine.m_videoCards[card].m_memoryClock);
+    };
+    EXPECT_EQ(std::pair(7ull, 7ull), clocks(0)); // the last of two like ones gets them
+    EXPECT_EQ(std::pair(210000ull, 405000ull), clocks(1));
+    EXPECT_EQ(std::pair(7ull, 7ull), clocks(2)); // has no name
+    EXPECT_EQ(std::pair(0ull, 800ull), clocks(3));
+    EXPECT_EQ(1, s_gpus.messages);
+
+    s_gpus.nvidia[0].clocksStatus = -1;
+    s_gpus.nvidia[3].memory = 900;
+    s_gpus.nvidiaCount = 0xFFFFFFFF; // more than there can be
+    EXPECT_TRUE(machine.DetectNVIDIAGpuFrequency());
+    EXPECT_EQ(std::pair(210000ull, 405000ull), clocks(1));
+    EXPECT_EQ(900u, clocks(3).second);
+    for (int FakeGpus::*step : {&FakeGpus::initialize, &FakeGpus::version, &FakeGpus::enumerate})
+    {
+        s_gpus.*step = -5;
+        s_gpus.messages = 0;
+        EXPECT_FALSE(machine.DetectNVIDIAGpuFrequency());
+        EXPECT_EQ(1, s_gpus.messages);
+        s_gpus.*step = 0;
+    }
+    s_gpus.nvidiaCount = 0;
+    EXPECT_TRUE(machine.DetectNVIDIAGpuFrequency());
+}
+
+TEST(GMHardwareDetect, ReadsClocksOfAmd)
+{
+    struct Case
+    {
+        char const * what;
+        int FakeGpus::*field;
+        int value;
+        int result;
+        unsigned __int64 core; // of the second of two adapters, 7 before
+    };
+    Case const cases[] = {
+        {"in units of 10 kHz, added to what is there", &FakeGpus::core, 80000, 0, 800007},
+        {"32 bits with sign", &FakeGpus::core, 0x7FFFFFFF, 0, 7ull - 10},
+        {"create fails", &FakeGpus::create, -1, 2, 7},
+        {"counting fails", &FakeGpus::countStatus, -1, 2, 7},
+        {"none", &FakeGpus::count, 0, 2, 7},
+        {"fewer than none", &FakeGpus::count, -1, 0, 7},
+        {"more than the system's memory", &FakeGpus::count, 0x7FFFFFFF, 2, 7},
+        {"reading fails", &FakeGpus::readStatus, -1, 2, 7},
+        {"clocks fail", &FakeGpus::clocksStatus, -1, 0, 7},
+    };
+    FakeGpus const usual = []
+    {
+        FakeGpus gpus;
+        gpus.count = 3;
+        gpus.amd[0] = {0, 0x1002, 0, 1}; // of another vendor
+        gpus.amd[1] = {-1, 1002, 0, 1};
+        gpus.amd[2] = {1, 1002, 0, 1};
+        gpus.memory = 1;
+        return gpus;
+    }();
+    for (auto const * library : {L"atiadlxx.dll", L"atiadlxy.dll"})
+    {
+        FakeDrivers const drivers{library};
+        GMHardwareDetect machine;
+        for (Case const & each : cases)
+        {
+            SCOPED_TRACE(each.what);
+            s_gpus = usual;
+            s_gpus.*each.field = each.value;
+            machine.m_videoCards = Cards({L"", L""});
+            EXPECT_EQ(each.result, machine.DetectATIGpuFrequency());
+            EXPECT_EQ(each.core, machine.m_videoCards[1].m_coreClock);
+            EXPECT_EQ(7u, machine.m_videoCards[0].m_coreClock);
+        }
+        for (int const index : {2, -2, int(0x80000000)})
+        {
+            s_gpus = usual;
+            s_gpus.amd[2].index = index;
+            s_gpus.core = 1;
+            machine.m_videoCards = Cards({L"", L""});
+            EXPECT_EQ(0, machine.DetectATIGpuFrequency());
+            EXPECT_EQ(index, s_gpus.clocksOf);
+        }
+        s_gpus = usual;
+        s_gpus.amd[2].active = 0;
+        EXPECT_EQ(0, machine.DetectATIGpuFrequency());
+        EXPECT_EQ(-1, s_gpus.clocksOf);
+        for (auto const * missing :
+             {"ADL_Main_Control_Create", "ADL_Main_Control_Destroy",
+              "ADL_Adapter_NumberOfAdapters_Get", "ADL_Adapter_AdapterInfo_Get",
+              "ADL_Adapter_Active_Get", "ADL_Overdrive_Caps", "ADL_Display_ODClockInfo_Get"})
+        {
+            SCOPED_TRACE(missing);
+            FakeSystem system;
+            system.missing = missing;
+            EXPECT_EQ(2, machine.DetectATIGpuFrequency());
+        }
+    }
+    FakeDrivers const none{};
+    GMHardwareDetect machine;
+    EXPECT_EQ(1, machine.DetectATIGpuFrequency());
+    EXPECT_FALSE(machine.DetectNVIDIAGpuFrequency());
+    EXPECT_FALSE(machine.DetectGPUFrequency());
+}
+
+TEST(GMHardwareDetect, ScoresGraphics)
+{
+    GMHardwareDetect machine;
+    auto const score = [&machine](std::map<GMString, unsigned int> const & table)
+    {
+        unsigned int result = 1;
+        machine.Detect(table, false);
+        machine.MakeGPUScore(result);
+        return result;
+    };
+    // Halves of 800 * 350 / 8000 + 500 * 300 / 1500 + memory * 350 / 4096: 35 + 100 + 87 for 1024.
+    constexpr unsigned int formula = 111;
+    EXPECT_EQ(formula, score({}));
+    EXPECT_EQ(0u, machine.GetVideoCardRAW(0xFFFFFFFF));
+    machine.m_videoCards = Cards({L"", L""});
+    machine.m_videoCards[1].m_adapterRam = 0xFFFFFFFFull;
+    EXPECT_EQ(4095u, machine.GetVideoCardRAW(0xFFFFFFFF));
+    EXPECT_EQ(0u, machine.GetVideoCardRAW(2));
+    using Table = std::map<GMString, unsigned int>;
+    struct Case
+    {
+        wchar_t const * name;
+        Table table;
+        unsigned int score;
+    };
+    wchar_t const nvidia[] = L"NVIDIA  GeForce   RTX 4090";
+    wchar_t const long8[] = L"AMD Radeon (TM) R9 200 Series 4GB OC";
+    Case const cases[] = {
+        {nvidia, {{L"nvidia geforce rtx 4090", 40}, {L"A RTX 4090 NVIDIA GeForce", 3}}, 400},
+        {nvidia, {{L"NVIDIA GEFORCE RTX 4090", 0}, {L"x NVIDIA GeForce RTX", 3}}, 0},
+        {nvidia, {{L"NVIDIA GeForce RTX 3060", 7}}, 70},
+        {nvidia, {{L"NVIDIA GeForce RTX", 0}}, formula},     // a row of 0 that isn't the name's own
+        {nvidia, {{L"NVIDIA GeForce GTX 960", 7}}, formula}, // two words
+        // By the order of the names as they are: capitals first; the first of the best counts.
+        {nvidia, {{L"a NVIDIA GeForce RTX", 1}, {L"B NVIDIA GeForce RTX", 2}}, 20},
+        {nvidia, {{L"A NVIDIA GeForce RTX", 1}, {L"b NVIDIA 4090 GeForce RTX", 2}}, 20},
+        {L"Radeon Radeon Radeon Pro", {{L"Radeon", 9}}, 90}, // the name's words count, each time
+        {long8, {{L"Radeon R9 Series", 5}}, formula},        // five words too many
+        {long8, {{L"AMD Radeon R9 200 Series", 5}}, 50},
+    };
+    for (Case const & each : cases)
+    {
+        SCOPED_TRACE(testing::PrintToString(each.table.begin()->first));
+        machine.m_videoCards[0].m_name = each.name;
+        EXPECT_EQ(each.score, score(each.table));
+    }
+    machine.m_videoCards[0].m_adapterRam = 24ull << 30; // 4096 at most
+    EXPECT_EQ((35u + 100 + 350) / 2, score({}));
+    machine.m_gpuSummary.m_coreClock = 9000000; // the limits of both, in kHz
+    EXPECT_EQ(500u, score({}));
+    machine.m_gpuSummary.m_coreClock = 1860000;
+    machine.m_gpuSummary.m_memoryClock = 1000000; // 81 + 200 + 350
+    EXPECT_EQ(315u, score({}));
+}
+
+} // namespace Velmora::Testing
