@@ -22,7 +22,7 @@ constexpr std::size_t subBlockLimit = 63;
 
 /// Zeros behind a version block. `VerQueryValueW` believes the lengths that stand in the block, each
 /// of 16 bits, on its way down three levels to a value of up to 65,535 units.
-constexpr SIZE_T lengthSlack = 5 * 0x10000;
+constexpr SIZE_T lengthSlack = SIZE_T{5} * 0x10000;
 
 constexpr DWORD encodings = X509_ASN_ENCODING | PKCS_7_ASN_ENCODING;
 
@@ -142,7 +142,7 @@ bool GMFileCertificate::GetProductInfo(GMString const & name, GMString & value)
             length == 0)
             continue;
         GMString const found(static_cast<wchar_t const *>(text), length);
-        value = found.c_str(); // the length counts the terminator, if the file has one
+        value = found.substr(0, found.find(L'\0')); // its length may count the terminator
     }
     return true;
 }
@@ -255,7 +255,7 @@ bool GMFileCertificate::GetName(_CERT_CONTEXT const * certificate)
     if (CertGetNameStringW(certificate, CERT_NAME_SIMPLE_DISPLAY_TYPE, 0, nullptr, name.data(),
                            size) == 0)
         return false;
-    m_signerName = name.c_str();
+    m_signerName = name.substr(0, name.find(L'\0'));
     return true;
 }
 

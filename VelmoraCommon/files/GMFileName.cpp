@@ -94,7 +94,7 @@ bool GMFileName::IsCompletedPath(GMString const & path)
 
 GMString GMFileName::JoinFileName(GMString const & directory, GMString const & name)
 {
-    GMString const tail = Unquoted(name);
+    GMString tail = Unquoted(name);
     if (IsCompletedPath(tail))
         return tail;
 

@@ -146,7 +146,7 @@ GMString GMFilePathUtils::Extension(GMString const & path)
 GMString GMFilePathUtils::ChangeExtension(GMString const & path, GMString const & extension)
 {
     GMString::size_type const start = FileNameStart(path);
-    GMString const name = BaseName(path) + extension;
+    GMString name = BaseName(path) + extension;
     if (start <= 1)
         return name; // no directory, or an empty one
     return path.substr(0, start - 1) + GMFileName::GetDirDelimiter() + name;

@@ -183,8 +183,9 @@ GMBuffer<unsigned char> GMRegKey::Serial() const
         Record::WriteValues(*current.key, out);
         if (current.sizeField != nullptr)
         {
-            auto const size = out.Position() - current.sizeField - sizeof(NumberField);
-            RecordWriter(current.sizeField).WriteNumber(static_cast<NumberField>(size));
+            auto const size = static_cast<NumberField>(out.Position() - current.sizeField);
+            RecordWriter(current.sizeField)
+                .WriteNumber(size - static_cast<NumberField>(sizeof(NumberField)));
         }
         open.pop_back();
     }

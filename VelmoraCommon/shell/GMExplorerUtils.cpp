@@ -136,7 +136,7 @@ bool GMExplorerUtils::GetExplorerListViewFromCursorPos(HWND & view, HWND & list,
 
 GMString GMExplorerUtils::GetDesktopItemPath(HWND list, int item)
 {
-    GMString const desktop = SpecialFolderPath(CSIDL_DESKTOPDIRECTORY);
+    GMString desktop = SpecialFolderPath(CSIDL_DESKTOPDIRECTORY);
     if (item == -1)
         return desktop;
     RemoteMemory const memory(list, sizeof(ListItem<std::uint64_t>) + MAX_PATH * sizeof(wchar_t));

@@ -50,7 +50,7 @@ bool HasWholeList(std::vector<unsigned char> const & bytes, std::size_t offset, 
 {
     while (size - offset >= 2)
     {
-        std::size_t const item = bytes[offset] | bytes[offset + 1] << 8;
+        auto const item = static_cast<std::size_t>(bytes[offset] | bytes[offset + 1] << 8);
         if (item == 0)
             return true;
         if (item < 2 || item > size - offset)

@@ -141,8 +141,9 @@ void GMShellUtils::GetUserGroupSIDList(GMString const & user, std::vector<_SID *
     DWORD count = 0;
     DWORD total = 0;
     if (!getGroups || !freeBuffer ||
-        getGroups(nullptr, user.c_str(), 0, LG_INCLUDE_INDIRECT, reinterpret_cast<BYTE **>(&groups),
-                  MAX_PREFERRED_LENGTH, &count, &total) != NERR_Success ||
+        getGroups(nullptr, user.c_str(), DWORD{0}, DWORD{LG_INCLUDE_INDIRECT},
+                  reinterpret_cast<BYTE **>(&groups), MAX_PREFERRED_LENGTH, &count,
+                  &total) != NERR_Success ||
         groups == nullptr)
     {
         return;

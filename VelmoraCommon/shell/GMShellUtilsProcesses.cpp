@@ -31,7 +31,7 @@ constexpr std::size_t handoverUnits = handoverSize / sizeof(wchar_t);
 /// Maps the block of \p name, and makes it if it isn't there. \return null on failure
 std::shared_ptr<GMFileMapping> MapHandover(GMString const & name)
 {
-    auto const block = std::make_shared<GMFileMapping>();
+    auto block = std::make_shared<GMFileMapping>();
     if (!block->Create(name, PAGE_READWRITE, 0, handoverSize) ||
         !block->Mapping(FILE_MAP_ALL_ACCESS, 0, 0, handoverSize))
     {
@@ -184,7 +184,7 @@ GMString GMShellUtils::GetApplicationLowKeyInfo(GMString const & blockName)
     if (block == nullptr)
         return GMString();
     auto * const units = static_cast<wchar_t *>(block->GetMapAddress());
-    GMString const text(units, wcsnlen(units, handoverUnits)); // others may write it, too
+    GMString text(units, wcsnlen(units, handoverUnits)); // others may write it, too
     units[0] = L'\0';
     return text;
 }

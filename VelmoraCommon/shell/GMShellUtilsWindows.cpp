@@ -20,7 +20,7 @@ bool GMShellUtils::AllowMeesageForNT6(unsigned int message, bool allow)
 {
     SystemFunction<decltype(::ChangeWindowMessageFilter)> const changeFilter(
         windowModule().c_str(), "ChangeWindowMessageFilter");
-    return changeFilter && changeFilter(message, allow ? MSGFLT_ADD : MSGFLT_REMOVE);
+    return changeFilter && changeFilter(message, allow ? DWORD{MSGFLT_ADD} : DWORD{MSGFLT_REMOVE});
 }
 
 UINT_PTR CALLBACK GMShellUtils::OFNCenterWindow(HWND dialog, UINT message, WPARAM, LPARAM)

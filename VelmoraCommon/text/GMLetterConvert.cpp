@@ -55,7 +55,7 @@ constexpr unsigned int IndexOf(int code)
 /// The syllables of both levels by row and position.
 constexpr auto MakeSyllablesByPosition()
 {
-    std::array<Syllable, (endRow - firstRow) * rowLength> table{};
+    std::array<Syllable, std::size_t{endRow - firstRow} * rowLength> table{};
     for (Syllable & each : table)
         each = unknown;
     for (std::size_t i = 0; i < std::size(pinyinRanges); ++i)

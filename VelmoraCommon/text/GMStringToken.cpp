@@ -427,9 +427,8 @@ bool GMStringToken::WildcardMatch(GMString const & text, GMString const & patter
 {
     bool afterStar = previous == L"*";
     Position at = 0;
-    for (Position next = 0; next < pattern.size(); ++next)
+    for (wchar_t const head : pattern)
     {
-        wchar_t const head = pattern[next];
         if (head == L'*')
         {
             afterStar = true;

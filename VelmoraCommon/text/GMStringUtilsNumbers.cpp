@@ -41,7 +41,7 @@ constexpr char lowerHexDigits[] = "0123456789abcdef";
 constexpr std::array<wchar_t, 200> MakeDigitPairs()
 {
     std::array<wchar_t, 200> pairs{};
-    for (unsigned int i = 0; i < 100; ++i)
+    for (std::size_t i = 0; i < 100; ++i)
     {
         pairs[2 * i] = static_cast<wchar_t>(L'0' + i / 10);
         pairs[2 * i + 1] = static_cast<wchar_t>(L'0' + i % 10);

@@ -78,7 +78,7 @@ bool GMThread::Start()
     if (thread == 0)
         return false;
 
-    launch.release(); // now the thread's
+    static_cast<void>(launch.release()); // now the thread's
     m_record->m_handle = reinterpret_cast<HANDLE>(thread);
     m_record->m_threadId = id;
     m_record->m_running = true;

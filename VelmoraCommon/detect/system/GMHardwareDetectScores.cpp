@@ -123,7 +123,8 @@ void GMHardwareDetect::MakeCPUScore(unsigned int & score)
 {
     CheckCPUInfo();
     unsigned int const count = m_cpu.m_count;
-    double sum = m_cpu.m_clockSum * count * 500 / 80000; // a whole number
+    unsigned int const clockPoints = m_cpu.m_clockSum * count * 500 / 80000;
+    double sum = clockPoints;
     sum += std::log10(count == 1 ? 1.1 : count) / 3.5 * 300;
     sum += static_cast<double>(m_cpu.m_lineSize) * 7.5 / 512;
     sum += static_cast<double>(m_cpu.m_l2Size) * 30 / 4096;

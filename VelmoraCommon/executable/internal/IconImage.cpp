@@ -106,8 +106,8 @@ std::optional<WORD> ImageCount(ResourceBytes const & group)
 
 WORD ImageId(ResourceBytes const & group, unsigned int index)
 {
-    return ReadUnaligned<WORD>(group.data + sizeof(IconHeader) + index * groupEntrySize +
-                               groupEntryImageId);
+    return ReadUnaligned<WORD>(group.data + sizeof(IconHeader) +
+                               std::size_t{index} * groupEntrySize + groupEntryImageId);
 }
 
 } // namespace Velmora

@@ -185,7 +185,7 @@ std::size_t CountUtf16Units(char const * bytes, std::size_t length) noexcept
 std::size_t CountUtf8Bytes(wchar_t const * units, std::size_t length) noexcept
 {
     // In short blocks, since a compiler sums those up in 16 bits, several units at a time.
-    constexpr std::size_t blockUnits = 16 * 1024;
+    constexpr std::size_t blockUnits = std::size_t{16} * 1024;
 
     std::size_t total = 0;
     wchar_t const * const end = units + length;

@@ -79,7 +79,7 @@ bool GMWmiSession::Query(wchar_t const * query, Visitor const & visit) const
     {
         return false;
     }
-    ReadRows(*rows.Get(), WBEM_INFINITE, visit);
+    ReadRows(*rows.Get(), static_cast<long>(WBEM_INFINITE), visit);
     return true;
 }
 
