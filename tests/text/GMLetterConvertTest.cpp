@@ -32,7 +32,7 @@ TEST(GMLetterConvert, ShapesSyllablesAndGivesPieces)
         {{false, true, false, false}, "\xD8\xA1", "Chu"},
         {{false, false, true, false}, "\xD8\xA1", "cHU"},
         {{false, true, true, false}, "\xA1\xA1", "?"},
-        {{}, "\xA1\xA1\xD8\xA2", "__"},
+        {{}, "\xA1\xA1\xD8\xA2\xF7\xFE\xF7\xFF\xFF\xFF", "__han__"},
         {{}, "\xEE\xCF", "n\xC8\xD5"}, // the addition doesn't look at the byte
         // bytes that begin no character
         {{true, false, false, false}, "\x80\xA0\x61\xB0", "a'"},
