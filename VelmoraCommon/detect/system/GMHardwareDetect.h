@@ -80,7 +80,7 @@ public:
 
     // Scores. They put the records into the ranges of their formulas, which the getters then show.
 
-    /// At most some 1350 for present machines; never fails.
+    /// By clocks, number, caches, brand and instruction sets. Never fails.
     void MakeCPUScore(unsigned int & score);
 
     /// The score of the first adapter by the table given to Detect: that of its name, or else of the

@@ -98,10 +98,10 @@ GMString TimeText(__time64_t time)
 
 bool IsEmulated32Bit()
 {
-    SystemFunction<decltype(::IsWow64Process)> const isWow64Process(L"kernel32.dll",
-                                                                    "IsWow64Process");
+    auto * const isWow64Process =
+        FindExport<decltype(::IsWow64Process)>(GetModuleHandleW(L"kernel32.dll"), "IsWow64Process");
     BOOL emulated = FALSE;
-    return isWow64Process && isWow64Process(GetCurrentProcess(), &emulated) && emulated;
+    return isWow64Process != nullptr && isWow64Process(GetCurrentProcess(), &emulated) && emulated;
 }
 
 } // namespace

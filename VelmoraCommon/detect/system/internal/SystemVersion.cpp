@@ -15,9 +15,9 @@ bool ReadSystemVersion(OSVERSIONINFOEXW & version)
 WORD NativeArchitecture()
 {
     SYSTEM_INFO info = {};
-    SystemFunction<decltype(::GetNativeSystemInfo)> const getNative(L"kernel32.dll",
-                                                                    "GetNativeSystemInfo");
-    if (getNative)
+    auto * const getNative = FindExport<decltype(::GetNativeSystemInfo)>(
+        GetModuleHandleW(L"kernel32.dll"), "GetNativeSystemInfo");
+    if (getNative != nullptr)
         getNative(&info);
     else
         GetSystemInfo(&info);
