@@ -50,6 +50,8 @@ FARPROC WINAPI FindCaches(HMODULE module, char const * name)
                : s_findExport(module, name);
 }
 
+HMODULE WINAPI NoModule(wchar_t const *) { return nullptr; }
+
 Record Cache(LOGICAL_PROCESSOR_RELATIONSHIP kind, BYTE level, WORD line, DWORD size)
 {
     Record record = {};
@@ -160,14 +162,18 @@ TEST(GMHardwareDetect, ReadsCaches)
     FakeSystem system;
     system.missing = "GetLogicalProcessorInformation";
     EXPECT_EQ(1, machine.DetectCPUCache());
-    HMODULE(WINAPI * const noModule)
-    (wchar_t const *) = [](wchar_t const *) -> HMODULE { return nullptr; };
-    ImportHook const modules("GetModuleHandleW", noModule);
+    ImportHook const modules("GetModuleHandleW", &NoModule);
     EXPECT_EQ(4, machine.DetectCPUCache());
 }
 
 namespace
 {
+
+BOOL WINAPI NoFeature(DWORD) { return FALSE; }
+BOOL WINAPI FourFeatures(DWORD number)
+{
+    return number == 6 || number == 7 || number == 8 || number == 10;
+}
 
 unsigned int CountBits(int bits, std::initializer_list<int> wanted)
 {
@@ -181,10 +187,6 @@ unsigned int CountBits(int bits, std::initializer_list<int> wanted)
 
 TEST(GMHardwareDetect, ScoresProcessors)
 {
-    BOOL(WINAPI * const noFeature)(DWORD) = [](DWORD) -> BOOL { return FALSE; };
-    BOOL(WINAPI * const fourFeatures)
-    (DWORD) = [](DWORD number) -> BOOL
-    { return number == 6 || number == 7 || number == 8 || number == 10; };
     int basic[4], extended[4];
     __cpuid(basic, 1);
     __cpuid(extended, static_cast<int>(0x80000001));
@@ -192,7 +194,7 @@ TEST(GMHardwareDetect, ScoresProcessors)
         100.0 / 17 *
         (CountBits(basic[3], {23, 25, 26}) + CountBits(basic[2], {0, 9, 12, 19, 20, 28}) +
          CountBits(extended[3], {29}) + CountBits(extended[2], {6, 11, 16}));
-    ImportHook const without("IsProcessorFeaturePresent", noFeature);
+    ImportHook const without("IsProcessorFeaturePresent", &NoFeature);
     GMHardwareDetect machine;
     double sum = 1;
     machine.CheckCPUInstruction(sum);
@@ -230,7 +232,7 @@ TEST(GMHardwareDetect, ScoresProcessors)
         EXPECT_EQ(static_cast<unsigned int>(each.score + features), score);
         EXPECT_EQ(1u, machine.m_cpu.m_cacheLevels);
     }
-    ImportHook const with("IsProcessorFeaturePresent", fourFeatures);
+    ImportHook const with("IsProcessorFeaturePresent", &FourFeatures);
     sum = 0;
     machine.CheckCPUInstruction(sum);
     EXPECT_NEAR(features + 400.0 / 17, sum, 1e-9);
