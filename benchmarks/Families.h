@@ -9,6 +9,7 @@ namespace Velmora::Benchmarks
 void MeasureBuffers(Report & report);
 void MeasureEncodings(Report & report);
 void MeasureExecutables(Report & report);
+void MeasureMachine(Report & report);
 void MeasurePinyin(Report & report);
 void MeasureRegInstall(Report & report);
 void MeasureRegRecords(Report & report);

@@ -15,6 +15,7 @@ int main(int argc, char ** argv)
     MeasureBuffers(report);
     MeasureEncodings(report);
     MeasureExecutables(report);
+    MeasureMachine(report);
     MeasurePinyin(report);
     MeasureRegInstall(report);
     MeasureRegRecords(report);
