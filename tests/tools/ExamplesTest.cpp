@@ -27,7 +27,7 @@ TEST_F(Examples, ShowTheirFamily)
 
 TEST_F(Examples, AndToolsAnswerAlike)
 {
-    for (std::wstring const tool : {L"reginstall", L"treecopy", L"peinspect"})
+    for (std::wstring const tool : {L"reginstall", L"treecopy", L"peinspect", L"machine"})
     {
         Run(0, tool, L"--help", "Usage: ");
         Run(0, tool, L"--version", "11.0.");
