@@ -159,7 +159,7 @@ TEST(CWindowBaseInfo, ShowsTheTree)
     EXPECT_EQ(L"   deep\n  deep\n  below hidden\n  [OK]", info.ChildrenText());
     CWindowBaseInfo const & button = info.Children().back();
     std::ostringstream expected;
-    expected << std::hex << "window:0x" << HandleToUlong(low)
+    expected << std::hex << "window:0x" << HandleToUlong(static_cast<HWND>(low))
              << " class:Button title:OK rect:a,6e,3c,78 id:42 style:0x"
              << GetWindowLongW(low, GWL_STYLE) << " exstyle:0x" << GetWindowLongW(low, GWL_EXSTYLE);
     EXPECT_EQ(expected.str(), button.ToUtf8String());
