@@ -15,6 +15,7 @@ void MeasureRegInstall(Report & report);
 void MeasureRegRecords(Report & report);
 void MeasureRegText(Report & report);
 void MeasureShell(Report & report);
+void MeasureSoftware(Report & report);
 void MeasureStrings(Report & report);
 void MeasureTextFiles(Report & report);
 void MeasureThreads(Report & report);

@@ -21,6 +21,7 @@ int main(int argc, char ** argv)
     MeasureRegRecords(report);
     MeasureRegText(report);
     MeasureShell(report);
+    MeasureSoftware(report);
     MeasureStrings(report);
     MeasureTextFiles(report);
     MeasureThreads(report);
