@@ -77,7 +77,7 @@ void MeasureMachine(Report & report)
                         Use(&installed);
                     },
                     // Ours also puts the texts together.
-                    {{"the bare calls", AskBareSystem, Bar::TimeAtMost(2)}}});
+                    {{"the bare calls", AskBareSystem, Bar::TimeAtMost(1.2)}}});
     CountLoads(report, "the system's name", 0, [&machine] { machine.DetectOS(); });
     CountLoads(report, "caches", 0, [&machine] { machine.DetectCPUCache(); });
     CountConnections(report, "processors", [&machine] { machine.DetectCPU(); });

@@ -31,7 +31,7 @@ struct Copy
 void Run(void * argument)
 {
     Copy & copy = *static_cast<Copy *>(argument);
-    copy.isWhole = GMFileSystemUtils::MyCopyDirectory(copy.from.c_str(), copy.to.c_str());
+    copy.isWhole = GMFileSystemUtils::MyCopyDirectory(copy.from, copy.to);
     copy.finished.Set();
 }
 

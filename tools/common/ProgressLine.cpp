@@ -16,7 +16,8 @@ void ProgressLine::Show(GMString line)
     if (!GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &info))
         return;
     // The last column stays free, for a line that fills it may go on in the next one.
-    line.resize(std::min<std::size_t>(line.size(), info.dwSize.X > 1 ? info.dwSize.X - 1u : 0u));
+    int const room = std::max(info.dwSize.X - 1, 0);
+    line.resize(std::min(line.size(), static_cast<std::size_t>(room)));
     std::size_t const width = line.size();
     line.resize(std::max(width, m_width), L' '); // over the rest of a longer one
     Write(stdout, L"\r" + line + (width == 0 ? L"\r" : L""));

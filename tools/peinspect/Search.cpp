@@ -66,7 +66,7 @@ GMString Search::FindSideBySide(GMString const & file) const
     GMFindFile::FindFiles(folder + L"x86_microsoft.vc*", candidates);
     for (GMFileInfo const & candidate : candidates)
     {
-        GMString const path = GMFileName::JoinFileName(folder + candidate.GetFileName(), file);
+        GMString path = GMFileName::JoinFileName(folder + candidate.GetFileName(), file);
         if (GMFilePathUtils::IsExistsFile(path))
             return path;
     }

@@ -66,6 +66,7 @@ std::vector<std::size_t> Tree::Way(std::size_t number) const
 std::vector<GMString> Tree::Names(std::vector<std::size_t> const & numbers) const
 {
     std::vector<GMString> names;
+    names.reserve(numbers.size());
     for (std::size_t const number : numbers)
         names.push_back(libraries[number].name);
     return names;

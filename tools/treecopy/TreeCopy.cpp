@@ -59,7 +59,7 @@ bool PutInPlace(GMString const & part, GMString const & target)
     DWORD const attributes = GetFileAttributesW(target.c_str());
     constexpr DWORD kind = FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_DIRECTORY;
     if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & kind) == FILE_ATTRIBUTE_READONLY &&
-        SetFileAttributesW(target.c_str(), attributes & ~FILE_ATTRIBUTE_READONLY))
+        SetFileAttributesW(target.c_str(), attributes & ~DWORD{FILE_ATTRIBUTE_READONLY}))
     {
         if (move())
             return true;
