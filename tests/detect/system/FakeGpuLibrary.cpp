@@ -24,56 +24,58 @@ unsigned int WordAt(void const * record, int offset)
     return word;
 }
 
-template <class Word>
-void Put(void * record, int offset, Word word)
+void Put(void * record, int offset, int word)
 {
-    static_assert(sizeof(word) == 4);
     std::memcpy(static_cast<char *>(record) + offset, &word, sizeof(word));
 }
 
-int __cdecl Initialize() { return Gpus().initialize; }
+/// What the driver answers in \p step.
+int Answer(FakeGpus::Step step) { return Gpus().failing == step ? -1 : 0; }
+int Answer(FakeGpus::Nvidia const * gpu, FakeGpus::Step step)
+{
+    return gpu->failing == step ? -1 : 0;
+}
+
+int __cdecl Initialize() { return Answer(FakeGpus::initialize); }
 
 int __cdecl TellVersion(char * text)
 {
     std::memset(text, 'x', 64);
-    return Gpus().version;
+    return Answer(FakeGpus::version);
 }
 
-int __cdecl Enumerate(void ** gpus, unsigned int * count)
+int __cdecl Enumerate(FakeGpus::Nvidia ** gpus, unsigned int * count)
 {
     for (int i = 0; i < 64; ++i)
         gpus[i] = &Gpus().nvidia[i & 3];
     *count = Gpus().nvidiaCount;
-    return Gpus().enumerate;
+    return Answer(FakeGpus::enumerate);
 }
 
 int __cdecl GetName(FakeGpus::Nvidia const * gpu, char * text)
 {
     std::memset(text, 'x', 64);
-    return gpu->nameStatus;
+    return Answer(gpu, FakeGpus::tellName);
 }
 
 int __cdecl GetIdentifiers(FakeGpus::Nvidia const * gpu, unsigned int * device,
                            unsigned int * subSystem, unsigned int * revision,
                            unsigned int * extDevice)
 {
-    *device = gpu->identifiers[0];
-    *subSystem = gpu->identifiers[1];
-    *revision = gpu->identifiers[2];
-    *extDevice = gpu->identifiers[3];
+    unsigned int * const targets[] = {device, subSystem, revision, extDevice};
+    for (int i = 0; i < 4; ++i)
+        *targets[i] = gpu->identifiers[i];
     return 0;
 }
 
-int __cdecl GetClocks(FakeGpus::Nvidia const * gpu, void * clocks)
+int __cdecl GetClocks(FakeGpus::Nvidia const * gpu, char * clocks)
 {
     if (WordAt(clocks, 0) != 0x20108 || WordAt(clocks, 4) != 0)
         return -9;
-    Put(clocks, 8, gpu->coreFlags);
-    Put(clocks, 12, gpu->core);
-    Put(clocks, 8 + 4 * 8, gpu->memoryFlags);
-    Put(clocks, 12 + 4 * 8, gpu->memory);
-    Put(clocks, 260, 0xFFFFFFFFu);
-    return gpu->clocksStatus;
+    std::memcpy(clocks + 8, gpu->clocks, 8);
+    std::memcpy(clocks + 8 + 4 * 8, gpu->clocks + 2, 8);
+    Put(clocks, 260, -1);
+    return Answer(gpu, FakeGpus::tellClocks);
 }
 
 int __cdecl GetMessageText(int, char * text)
@@ -114,15 +116,15 @@ extern "C"
                                                               int)
     {
         std::memset(allocate(100), 0, 100);
-        return Gpus().create;
+        return Answer(FakeGpus::create);
     }
 
     __declspec(dllexport) int __cdecl ADL_Main_Control_Destroy() { return 0; }
 
     __declspec(dllexport) int __cdecl ADL_Adapter_NumberOfAdapters_Get(int * count)
     {
-        *count = Gpus().count;
-        return Gpus().countStatus;
+        *count = Gpus().amdCount;
+        return Answer(FakeGpus::countAdapters);
     }
 
     __declspec(dllexport) int __cdecl ADL_Adapter_AdapterInfo_Get(void * adapters, int size)
@@ -134,19 +136,17 @@ extern "C"
             Put(adapters, i * 1572 + 4, Gpus().amd[i].index);
             Put(adapters, i * 1572 + 276, Gpus().amd[i].vendor);
         }
-        return Gpus().readStatus;
+        return Answer(FakeGpus::readAdapters);
     }
 
     __declspec(dllexport) int __cdecl ADL_Adapter_Active_Get(int index, int * active)
     {
         for (auto const & adapter : Gpus().amd)
         {
-            if (adapter.index != index)
-                continue;
-            *active = adapter.active;
-            return adapter.activeStatus;
+            if (adapter.index == index)
+                *active = adapter.active;
         }
-        return -1;
+        return 0;
     }
 
     __declspec(dllexport) int __cdecl ADL_Overdrive_Caps(int, int *, int *, int *) { return -1; }
@@ -158,7 +158,7 @@ extern "C"
             return -3;
         Put(info, 16, Gpus().memory);
         Put(info, 40, Gpus().core);
-        return Gpus().clocksStatus;
+        return Answer(FakeGpus::readClocks);
     }
 
 } // extern "C"

@@ -7,30 +7,35 @@ namespace Velmora::Testing
 /// below that gives the one in force; the fake library asks for it at each call.
 struct FakeGpus
 {
+    enum Step
+    {
+        nothing,
+        initialize,
+        version,
+        enumerate,
+        create,
+        countAdapters,
+        readAdapters,
+        readClocks,
+        tellName,
+        tellClocks
+    };
     struct Nvidia
     {
         unsigned int identifiers[4];
-        int nameStatus;
-        int clocksStatus;
-        unsigned int coreFlags, core, memoryFlags, memory;
+        unsigned int clocks[4]; // flags and clock of the core, and of the memory
+        Step failing;
     };
-    int initialize = 0;
-    int version = 0;
-    int enumerate = 0;
+    struct Amd
+    {
+        int index, vendor, active;
+    };
+    Step failing = nothing;
     unsigned int nvidiaCount = 0;
     Nvidia nvidia[4] = {};
     int messages = 0; // texts of errors that were asked for
-
-    struct Amd
-    {
-        int index, vendor, activeStatus, active;
-    };
-    int create = 0;
-    int count = 0;
-    int countStatus = 0;
-    int readStatus = 0;
+    int amdCount = 0;
     Amd amd[3] = {};
-    int clocksStatus = 0;
     int clocksOf = -1; // the adapter whose clocks were asked for
     int core = 0, memory = 0;
 };

@@ -78,10 +78,10 @@ TEST(GMHardwareDetect, ReadsClocksOfNvidia)
     s_gpus = {};
     s_gpus.nvidiaCount = 4;
     // The vendor stands in the low half of the first number, the device in the fourth.
-    s_gpus.nvidia[0] = {{0x268410DE, 0x0889103C, 0xA, 0x684}, 0, 0, 1, 210000, 1, 405000};
-    s_gpus.nvidia[1] = {{0x268410DE, 0x88E10DE, 0xA1, 0x2684}, -1, 0, 1, 1, 1, 1};
-    s_gpus.nvidia[2] = {{0x111110DE, 0, 0, 0x1111}, 0, 0, 1, 1, 1, 1}; // no such adapter
-    s_gpus.nvidia[3] = {{0x222210DE, 1, 2, 0x2222}, 0, 0, 2, 1, 3, 800};
+    s_gpus.nvidia[0] = {{0x268410DE, 0x0889103C, 0xA, 0x684}, {1, 210000, 1, 405000}, {}};
+    s_gpus.nvidia[1] = {{0x268410DE, 0x88E10DE, 0xA1, 0x2684}, {1, 1, 1, 1}, FakeGpus::tellName};
+    s_gpus.nvidia[2] = {{0x111110DE, 0, 0, 0x1111}, {1, 1, 1, 1}, {}}; // no such adapter
+    s_gpus.nvidia[3] = {{0x222210DE, 1, 2, 0x2222}, {2, 1, 3, 800}, {}};
     GMHardwareDetect machine;
     machine.m_videoCards = Cards({L"PCI\\VEN_10DE&DEV_0684&SUBSYS_0889103C&REV_0A\\4&1",
                                   L"pci\\ven_10de&dev_0684&subsys_0889103c&rev_0a\\4&2",
@@ -99,20 +99,21 @@ TEST(GMHardwareDetect, ReadsClocksOfNvidia)
     EXPECT_EQ(std::pair(0ull, 800ull), clocks(3));
     EXPECT_EQ(1, s_gpus.messages);
 
-    s_gpus.nvidia[0].clocksStatus = -1;
-    s_gpus.nvidia[3].memory = 900;
+    s_gpus.nvidia[0].failing = FakeGpus::tellClocks;
+    s_gpus.nvidia[0].clocks[1] = 1;
+    s_gpus.nvidia[3].clocks[3] = 900;
     s_gpus.nvidiaCount = 0xFFFFFFFF; // more than there can be
     EXPECT_TRUE(machine.DetectNVIDIAGpuFrequency());
     EXPECT_EQ(std::pair(210000ull, 405000ull), clocks(1));
     EXPECT_EQ(900u, clocks(3).second);
-    for (int FakeGpus::*step : {&FakeGpus::initialize, &FakeGpus::version, &FakeGpus::enumerate})
+    for (auto const step : {FakeGpus::initialize, FakeGpus::version, FakeGpus::enumerate})
     {
-        s_gpus.*step = -5;
+        s_gpus.failing = step;
         s_gpus.messages = 0;
         EXPECT_FALSE(machine.DetectNVIDIAGpuFrequency());
         EXPECT_EQ(1, s_gpus.messages);
-        s_gpus.*step = 0;
     }
+    s_gpus.failing = FakeGpus::nothing;
     s_gpus.nvidiaCount = 0;
     EXPECT_TRUE(machine.DetectNVIDIAGpuFrequency());
 }
@@ -122,72 +123,59 @@ TEST(GMHardwareDetect, ReadsClocksOfAmd)
     struct Case
     {
         char const * what;
-        int FakeGpus::*field;
-        int value;
+        FakeGpus::Step failing;
+        int count, index, active, core; // of the third adapter of the driver
         int result;
-        unsigned __int64 core; // of the second of two adapters, 7 before
+        unsigned __int64 added; // to the second adapter of WMI
     };
+    constexpr auto no = FakeGpus::nothing;
     Case const cases[] = {
-        {"in units of 10 kHz, added to what is there", &FakeGpus::core, 80000, 0, 800007},
-        {"32 bits with sign", &FakeGpus::core, 0x7FFFFFFF, 0, 7ull - 10},
-        {"create fails", &FakeGpus::create, -1, 2, 7},
-        {"counting fails", &FakeGpus::countStatus, -1, 2, 7},
-        {"none", &FakeGpus::count, 0, 2, 7},
-        {"fewer than none", &FakeGpus::count, -1, 0, 7},
-        {"more than the system's memory", &FakeGpus::count, 0x7FFFFFFF, 2, 7},
-        {"reading fails", &FakeGpus::readStatus, -1, 2, 7},
-        {"clocks fail", &FakeGpus::clocksStatus, -1, 0, 7},
+        {"in units of 10 kHz", no, 3, 1, 1, 80000, 0, 800000},
+        {"32 bits with sign", no, 3, 1, 1, 0x7FFFFFFF, 0, 0ull - 10},
+        {"beyond the list", no, 3, 2, 1, 1, 0, 0},
+        {"before the list", no, 3, int(0x80000000), 1, 1, 0, 0},
+        {"not active", no, 3, 1, 0, 1, 0, 0},
+        {"none", no, 0, 1, 1, 1, 2, 0},
+        {"fewer than none", no, -1, 1, 1, 1, 0, 0},
+        {"more than memory", no, 0x7FFFFFFF, 1, 1, 1, 2, 0},
+        {"can't be started", FakeGpus::create, 3, 1, 1, 1, 2, 0},
+        {"can't be counted", FakeGpus::countAdapters, 3, 1, 1, 1, 2, 0},
+        {"can't be read", FakeGpus::readAdapters, 3, 1, 1, 1, 2, 0},
+        {"has no clocks", FakeGpus::readClocks, 3, 1, 1, 1, 0, 0},
     };
-    FakeGpus const usual = []
-    {
-        FakeGpus gpus;
-        gpus.count = 3;
-        gpus.amd[0] = {0, 0x1002, 0, 1}; // of another vendor
-        gpus.amd[1] = {-1, 1002, 0, 1};
-        gpus.amd[2] = {1, 1002, 0, 1};
-        gpus.memory = 1;
-        return gpus;
-    }();
+    GMHardwareDetect machine;
     for (auto const * library : {L"atiadlxx.dll", L"atiadlxy.dll"})
     {
         FakeDrivers const drivers{library};
-        GMHardwareDetect machine;
         for (Case const & each : cases)
         {
             SCOPED_TRACE(each.what);
-            s_gpus = usual;
-            s_gpus.*each.field = each.value;
+            s_gpus = {};
+            s_gpus.failing = each.failing;
+            s_gpus.amdCount = each.count;
+            s_gpus.amd[0] = {0, 0x1002, 1}; // of another vendor
+            s_gpus.amd[1] = {-1, 1002, 1};
+            s_gpus.amd[2] = {each.index, 1002, each.active};
+            s_gpus.core = each.core;
             machine.m_videoCards = Cards({L"", L""});
             EXPECT_EQ(each.result, machine.DetectATIGpuFrequency());
-            EXPECT_EQ(each.core, machine.m_videoCards[1].m_coreClock);
+            EXPECT_EQ(7 + each.added, machine.m_videoCards[1].m_coreClock);
             EXPECT_EQ(7u, machine.m_videoCards[0].m_coreClock);
-        }
-        for (int const index : {2, -2, int(0x80000000)})
-        {
-            s_gpus = usual;
-            s_gpus.amd[2].index = index;
-            s_gpus.core = 1;
-            machine.m_videoCards = Cards({L"", L""});
-            EXPECT_EQ(0, machine.DetectATIGpuFrequency());
-            EXPECT_EQ(index, s_gpus.clocksOf);
-        }
-        s_gpus = usual;
-        s_gpus.amd[2].active = 0;
-        EXPECT_EQ(0, machine.DetectATIGpuFrequency());
-        EXPECT_EQ(-1, s_gpus.clocksOf);
-        for (auto const * missing :
-             {"ADL_Main_Control_Create", "ADL_Main_Control_Destroy",
-              "ADL_Adapter_NumberOfAdapters_Get", "ADL_Adapter_AdapterInfo_Get",
-              "ADL_Adapter_Active_Get", "ADL_Overdrive_Caps", "ADL_Display_ODClockInfo_Get"})
-        {
-            SCOPED_TRACE(missing);
-            FakeSystem system;
-            system.missing = missing;
-            EXPECT_EQ(2, machine.DetectATIGpuFrequency());
+            bool const isAsked = each.result == 0 && each.count > 0 && each.active != 0;
+            EXPECT_EQ(isAsked ? each.index : -1, s_gpus.clocksOf);
         }
     }
+    for (auto const * missing :
+         {"ADL_Main_Control_Create", "ADL_Main_Control_Destroy", "ADL_Adapter_NumberOfAdapters_Get",
+          "ADL_Adapter_AdapterInfo_Get", "ADL_Adapter_Active_Get", "ADL_Overdrive_Caps",
+          "ADL_Display_ODClockInfo_Get"})
+    {
+        FakeDrivers const drivers{L"atiadlxx.dll"};
+        FakeSystem system;
+        system.missing = missing;
+        EXPECT_EQ(2, machine.DetectATIGpuFrequency()) << missing;
+    }
     FakeDrivers const none{};
-    GMHardwareDetect machine;
     EXPECT_EQ(1, machine.DetectATIGpuFrequency());
     EXPECT_FALSE(machine.DetectNVIDIAGpuFrequency());
     EXPECT_FALSE(machine.DetectGPUFrequency());

@@ -24,7 +24,7 @@ TEST(GMHardwareDetect, NamesTheSystem)
         int r2;
         DWORD productType;
         wchar_t const * servicePack;
-        wchar_t const * name; // behind "Microsoft "; null for none
+        wchar_t const * name; // between "Microsoft " and the build; null for none
         int version;
         int width;
     };
@@ -34,56 +34,48 @@ TEST(GMHardwareDetect, NamesTheSystem)
         {dos, 4, 0, 950, 0, x86, 0, 0, 0, L"", L"Windows 95 ", 1, 1},
         {nt, 4, 0, 1381, 1, x86, 0, 0, 0, L"", nullptr, 0, 1},
         {3, 6, 1, 7601, 1, x86, 0, 0, 0, L"", nullptr, 0, 1},
-        {nt, 5, 0, 5, 1, x86, 0x80, 0, 0, L"", L"Windows 2000 Professional (build 5)", 2, 1},
-        {nt, 5, 0, 5, 3, x86, 0x82, 0, 0, L"", L"Windows 2000 Datacenter Server (build 5)", 2, 1},
-        {nt, 5, 0, 5, 3, x86, 0x02, 0, 0, L"", L"Windows 2000 Advanced Server (build 5)", 2, 1},
-        {nt, 5, 0, 5, 2, x86, 0x04, 0, 0, L"", L"Windows 2000 Server (build 5)", 2, 1},
-        {nt, 5, 1, 5, 1, x86, 0x300, 0, 0, L"SP 3", L"Windows XP Home Edition SP 3 (build 5)", 4,
-         1},
-        {nt, 5, 1, 5, 1, x64, 0x100, 0, 0, L"", L"Windows XP Professional (build 5)", 4, 1},
-        {nt, 5, 2, 5, 1, x64, 0x82, 0, 0, L"", L"Windows XP Professional x64 Edition (build 5)", 8,
-         2},
+        {nt, 5, 0, 5, 1, x86, 0x80, 0, 0, L"", L"Windows 2000 Professional", 2, 1},
+        {nt, 5, 0, 5, 3, x86, 0x82, 0, 0, L"", L"Windows 2000 Datacenter Server", 2, 1},
+        {nt, 5, 0, 5, 3, x86, 0x02, 0, 0, L"", L"Windows 2000 Advanced Server", 2, 1},
+        {nt, 5, 0, 5, 2, x86, 0x04, 0, 0, L"", L"Windows 2000 Server", 2, 1},
+        {nt, 5, 1, 5, 1, x86, 0x300, 0, 0, L"SP 3", L"Windows XP Home Edition SP 3", 4, 1},
+        {nt, 5, 1, 5, 1, x64, 0x100, 0, 0, L"", L"Windows XP Professional", 4, 1},
+        {nt, 5, 2, 5, 1, x64, 0x82, 0, 0, L"", L"Windows XP Professional x64 Edition", 8, 2},
         {nt, 5, 2, 5, 3, ia64, 0x82, 0, 0, L"",
-         L"Windows Server 2003, Datacenter Edition for Itanium-based Systems (build 5)", 8, 2},
+         L"Windows Server 2003, Datacenter Edition for Itanium-based Systems", 8, 2},
         {nt, 5, 2, 5, 3, ia64, 0x02, 0, 0, L"",
-         L"Windows Server 2003, Enterprise Edition for Itanium-based Systems (build 5)", 8, 2},
-        {nt, 5, 2, 5, 3, ia64, 0x4400, 0, 0, L"", L"Windows Server 2003,  (build 5)", 8, 2},
-        {nt, 5, 2, 5, 3, x64, 0x82, 0, 0, L"",
-         L"Windows Server 2003, Datacenter x64 Edition (build 5)", 8, 2},
-        {nt, 5, 2, 5, 3, x64, 0x02, 0, 0, L"",
-         L"Windows Server 2003, Enterprise x64 Edition (build 5)", 8, 2},
-        {nt, 5, 2, 5, 3, x64, 0x2100, 0, 0, L"",
-         L"Windows Server 2003, Standard x64 Edition (build 5)", 8, 2},
-        {nt, 5, 2, 5, 3, x86, 0x4482, 1, 0, L"",
-         L"Windows Server 2003 R2, Compute Cluster Edition (build 5)", 8, 1},
-        {nt, 5, 2, 5, 3, x86, 0x2000, 0, 0, L"",
-         L"Windows Storage Server 2003 Standard Edition (build 5)", 8, 1},
-        {nt, 5, 2, 5, 3, x86, 0x482, 0, 0, L"",
-         L"Windows Server 2003, Datacenter Edition (build 5)", 8, 1},
-        {nt, 5, 2, 5, 3, x86, 0x402, 0, 0, L"",
-         L"Windows Server 2003, Enterprise Edition (build 5)", 8, 1},
-        {nt, 5, 2, 5, 3, x86, 0x400, 0, 0, L"", L"Windows Server 2003, Web Edition (build 5)", 8,
+         L"Windows Server 2003, Enterprise Edition for Itanium-based Systems", 8, 2},
+        {nt, 5, 2, 5, 3, ia64, 0x4400, 0, 0, L"", L"Windows Server 2003, ", 8, 2},
+        {nt, 5, 2, 5, 3, x64, 0x82, 0, 0, L"", L"Windows Server 2003, Datacenter x64 Edition", 8,
+         2},
+        {nt, 5, 2, 5, 3, x64, 0x02, 0, 0, L"", L"Windows Server 2003, Enterprise x64 Edition", 8,
+         2},
+        {nt, 5, 2, 5, 3, x64, 0x2100, 0, 0, L"", L"Windows Server 2003, Standard x64 Edition", 8,
+         2},
+        {nt, 5, 2, 5, 3, x86, 0x4482, 1, 0, L"", L"Windows Server 2003 R2, Compute Cluster Edition",
+         8, 1},
+        {nt, 5, 2, 5, 3, x86, 0x2000, 0, 0, L"", L"Windows Storage Server 2003 Standard Edition", 8,
          1},
-        {nt, 5, 2, 5, 1, x64, 0x80, 1, 0, L"", L"Windows Server 2003 R2,  (build 5)", 8, 1},
-        {nt, 5, 3, 5, 1, x64, 0, 0, 0, L"", L" (build 5)", 0, 1},
-        {nt, 6, 0, 6, 1, x86, 0, 0, 0x05, L"",
-         L"Windows Vista Home Basic Edition, 32-bit (build 6)", 0x10, 1},
+        {nt, 5, 2, 5, 3, x86, 0x482, 0, 0, L"", L"Windows Server 2003, Datacenter Edition", 8, 1},
+        {nt, 5, 2, 5, 3, x86, 0x402, 0, 0, L"", L"Windows Server 2003, Enterprise Edition", 8, 1},
+        {nt, 5, 2, 5, 3, x86, 0x400, 0, 0, L"", L"Windows Server 2003, Web Edition", 8, 1},
+        {nt, 5, 2, 5, 1, x64, 0x80, 1, 0, L"", L"Windows Server 2003 R2, ", 8, 1},
+        {nt, 5, 3, 5, 1, x64, 0, 0, 0, L"", L"", 0, 1},
+        {nt, 6, 0, 6, 1, x86, 0, 0, 0x05, L"", L"Windows Vista Home Basic Edition, 32-bit", 0x10,
+         1},
         {nt, 6, 0, 6, 3, x64, 0, 0, 0x23, L"SP",
          L"Windows Server 2008 Windows Server 2008 without Hyper-V for Windows Essential Server "
-         L"Solutions, 64-bit SP (build 6)",
+         L"Solutions, 64-bit SP",
          0x10, 2},
-        {nt, 6, 1, 7, 3, ia64, 0, 0, 0x00, L"", L"Windows 7 An unknown product (build 7)", 0x20, 1},
-        {nt, 6, 1, 7, 1, x86, 0, 0, 0xB4, L"", L"Windows 7 Unknown, 32-bit (build 7)", 0x20, 1},
-        {nt, 6, 2, 8, 1, x86, 0, 0, 0xABCDABCD, L"", L"Windows 8 , 32-bit (build 8)", 0x40, 1},
-        {nt, 6, 3, 9, 1, x64, 0, 0, 0x65, L"", L"Windows 8.1 Home Edition, 64-bit (build 9)", 0x40,
+        {nt, 6, 1, 7, 3, ia64, 0, 0, 0x00, L"", L"Windows 7 An unknown product", 0x20, 1},
+        {nt, 6, 1, 7, 1, x86, 0, 0, 0xB4, L"", L"Windows 7 Unknown, 32-bit", 0x20, 1},
+        {nt, 6, 2, 8, 1, x86, 0, 0, 0xABCDABCD, L"", L"Windows 8 , 32-bit", 0x40, 1},
+        {nt, 6, 3, 9, 1, x64, 0, 0, 0x65, L"", L"Windows 8.1 Home Edition, 64-bit", 0x40, 2},
+        {nt, 6, 4, 9, 1, x86, 0, 0, 0x41, L"", L"Windows 6 Unknown, 32-bit", 0, 1},
+        {nt, 10, 0, 21999, 1, x64, 0, 0, 0xB3, L"", L"Windows 10 B3 S N Edition, 64-bit", 0x80, 2},
+        {nt, 10, 0, 22000, 3, x64, 0, 0, 0x2F, L"", L"Windows 11 Starter Edition, 64-bit", 0x100,
          2},
-        {nt, 6, 4, 9, 1, x86, 0, 0, 0x41, L"", L"Windows 6 Unknown, 32-bit (build 9)", 0, 1},
-        {nt, 10, 0, 21999, 1, x64, 0, 0, 0xB3, L"",
-         L"Windows 10 B3 S N Edition, 64-bit (build 21999)", 0x80, 2},
-        {nt, 10, 0, 22000, 3, x64, 0, 0, 0x2F, L"",
-         L"Windows 11 Starter Edition, 64-bit (build 22000)", 0x100, 2},
-        {nt, 11, 0, 1, 1, x64, 0, 0, 0x7A, L"",
-         L"Windows 11 A Education N Edition, 64-bit (build 1)", 0, 2},
+        {nt, 11, 0, 1, 1, x64, 0, 0, 0x7A, L"", L"Windows 11 A Education N Edition, 64-bit", 0, 2},
     };
     FakeSystem system;
     auto const state = [&system](Case const & each)
@@ -106,8 +98,11 @@ TEST(GMHardwareDetect, NamesTheSystem)
         state(each);
         GMHardwareDetect machine;
         EXPECT_EQ(each.name != nullptr, machine.DetectOS());
-        EXPECT_EQ(each.name == nullptr ? L"" : std::wstring(L"Microsoft ") + each.name,
-                  machine.GetOSName());
+        std::wstring const name = each.name == nullptr ? L"" : L"Microsoft " + GMString(each.name);
+        std::wstring const build = each.platform == nt && !name.empty()
+                                       ? L" (build " + std::to_wstring(each.build) + L")"
+                                       : L"";
+        EXPECT_EQ(name + build, machine.GetOSName());
         EXPECT_EQ(each.version, machine.GetOSVersion());
         EXPECT_EQ(each.width, machine.GetOSBit());
     }
