@@ -96,10 +96,11 @@ std::optional<CLSID> FindPngEncoder()
     std::vector<Gdiplus::ImageCodecInfo> encoders(size / sizeof(Gdiplus::ImageCodecInfo) + 1);
     if (Flat::GdipGetImageEncoders(count, size, encoders.data()) != Gdiplus::Ok)
         return std::nullopt;
-    auto const end = encoders.begin() + count;
-    auto const png = std::find_if(encoders.begin(), end,
-                                  [](Gdiplus::ImageCodecInfo const & encoder)
-                                  { return _wcsicmp(encoder.MimeType, L"image/png") == 0; });
+    auto * const end = encoders.data() + count;
+    auto const * const png = std::find_if(encoders.data(), end,
+                                          [](Gdiplus::ImageCodecInfo const & encoder) {
+                                              return _wcsicmp(encoder.MimeType, L"image/png") == 0;
+                                          });
     if (png == end)
         return std::nullopt;
     return png->Clsid;
