@@ -4,7 +4,7 @@
 
 #include "VelmoraCommon/files/GMFileName.h"
 #include "VelmoraCommon/files/GMFilePathUtils.h"
-#include "VelmoraCommon/frame/internal/SpecialFolder.h"
+#include "VelmoraCommon/frame/internal/ShellFolder.h"
 #include "VelmoraCommon/shell/GMWindowUtils.h"
 #include "VelmoraCommon/shell/internal/ExplorerWindows.h"
 #include "VelmoraCommon/shell/internal/RemoteMemory.h"

@@ -3,7 +3,7 @@
 #include "VelmoraCommon/files/GMFileName.h"
 #include "VelmoraCommon/files/GMFilePathUtils.h"
 #include "VelmoraCommon/files/GMFileSystemUtils.h"
-#include "VelmoraCommon/frame/internal/SpecialFolder.h"
+#include "VelmoraCommon/frame/internal/ShellFolder.h"
 #include "VelmoraCommon/shell/internal/LinkObject.h"
 #include "VelmoraCommon/text/GMStringUtils.h"
 

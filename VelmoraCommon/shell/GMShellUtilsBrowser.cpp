@@ -3,7 +3,7 @@
 #include "VelmoraCommon/detect/system/GMSystemInfo.h"
 #include "VelmoraCommon/files/GMFileName.h"
 #include "VelmoraCommon/files/GMFilePathUtils.h"
-#include "VelmoraCommon/frame/internal/SpecialFolder.h"
+#include "VelmoraCommon/frame/internal/ShellFolder.h"
 #include "VelmoraCommon/registry/GMRegFile.h"
 #include "VelmoraCommon/registry/GMRegValue.h"
 #include "VelmoraCommon/shell/internal/ScrambledText.h"

@@ -3,7 +3,7 @@
 #include "VelmoraCommon/files/GMFileName.h"
 #include "VelmoraCommon/files/GMFilePathUtils.h"
 #include "VelmoraCommon/files/GMIniFile.h"
-#include "VelmoraCommon/frame/internal/SpecialFolder.h"
+#include "VelmoraCommon/frame/internal/ShellFolder.h"
 #include "VelmoraCommon/shell/internal/ScrambledText.h"
 #include "VelmoraCommon/text/GMStringUtils.h"
 

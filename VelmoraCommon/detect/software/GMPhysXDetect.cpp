@@ -4,7 +4,7 @@
 #include "VelmoraCommon/detect/software/internal/LibraryLoad.h"
 #include "VelmoraCommon/files/GMFileName.h"
 #include "VelmoraCommon/files/GMFilePathUtils.h"
-#include "VelmoraCommon/frame/internal/SpecialFolder.h"
+#include "VelmoraCommon/frame/internal/ShellFolder.h"
 #include "VelmoraCommon/registry/GMRegFile.h"
 
 #include <shlobj.h>

@@ -1,4 +1,4 @@
-#include "VelmoraCommon/frame/internal/SpecialFolder.h"
+#include "VelmoraCommon/frame/internal/ShellFolder.h"
 
 #include "VelmoraCommon/frame/WindowsApi.h"
 #include "VelmoraCommon/frame/internal/SystemText.h"
