@@ -1,6 +1,6 @@
 #include "VelmoraCommon/detect/software/GMSoftwareDetect.h"
 
-#include "VelmoraCommon/detect/software/internal/Wow64.h"
+#include "VelmoraCommon/frame/internal/Wow64.h"
 #include "VelmoraCommon/text/GMVersionUtils.h"
 
 namespace Velmora

@@ -1,7 +1,7 @@
 #include "VelmoraCommon/detect/software/GMWowFsRedirectionHelper.h"
 
-#include "VelmoraCommon/detect/software/internal/Wow64.h"
 #include "VelmoraCommon/frame/internal/SystemFunction.h"
+#include "VelmoraCommon/frame/internal/Wow64.h"
 
 namespace Velmora
 {

@@ -4,7 +4,7 @@
 
 #include "VelmoraCommon/detect/system/internal/GMWmiSession.h"
 #include "VelmoraCommon/detect/system/internal/SystemVersion.h"
-#include "VelmoraCommon/frame/internal/SystemFunction.h"
+#include "VelmoraCommon/frame/internal/Wow64.h"
 #include "VelmoraCommon/registry/GMRegFile.h"
 #include "VelmoraCommon/text/GMStringUtils.h"
 
@@ -96,14 +96,6 @@ GMString TimeText(__time64_t time)
                                        local.tm_sec);
 }
 
-bool IsEmulated32Bit()
-{
-    auto * const isWow64Process =
-        FindExport<decltype(::IsWow64Process)>(GetModuleHandleW(L"kernel32.dll"), "IsWow64Process");
-    BOOL emulated = FALSE;
-    return isWow64Process != nullptr && isWow64Process(GetCurrentProcess(), &emulated) && emulated;
-}
-
 } // namespace
 
 bool GMSystemInfo::GetWindowsVersion(GMString & name, unsigned int & major)
@@ -165,7 +157,7 @@ GMString GMSystemInfo::GetSystemInstallTime()
     GMRegFile key;
     DWORD seconds = 0; // since 1970, unsigned, so that it lasts until 2106
     DWORD size = sizeof(seconds);
-    REGSAM const access = KEY_READ | (IsEmulated32Bit() ? KEY_WOW64_64KEY : 0);
+    REGSAM const access = KEY_READ | (RunsUnderWow64() ? KEY_WOW64_64KEY : 0);
     if (!key.OpenKey(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion", access,
                      false) ||
         RegQueryValueExW(key.GetKey(), L"InstallDate", nullptr, nullptr,

@@ -1,8 +1,8 @@
 #include "VelmoraCommon/detect/software/internal/SystemFolders.h"
 
-#include "VelmoraCommon/detect/software/internal/Wow64.h"
 #include "VelmoraCommon/frame/WindowsApi.h"
 #include "VelmoraCommon/frame/internal/SystemText.h"
+#include "VelmoraCommon/frame/internal/Wow64.h"
 
 #include <shlobj.h>
 

@@ -1,4 +1,4 @@
-#include "VelmoraCommon/detect/software/internal/Wow64.h"
+#include "VelmoraCommon/frame/internal/Wow64.h"
 
 #include "VelmoraCommon/frame/internal/SystemFunction.h"
 
