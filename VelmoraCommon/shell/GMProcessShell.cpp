@@ -66,10 +66,15 @@ bool GMProcessShell::MakePipes(bool withInput)
     {
         return false;
     }
+    auto const inherit = [](HANDLE end, DWORD flag)
+    {
+        if (end != nullptr) // without input there is no pipe for it
+            SetHandleInformation(end, HANDLE_FLAG_INHERIT, flag);
+    };
     for (HANDLE ours : {m_inputWrite, m_outputRead, m_errorRead})
-        SetHandleInformation(ours, HANDLE_FLAG_INHERIT, 0);
+        inherit(ours, 0);
     for (HANDLE theirs : {m_inputRead, m_outputWrite, m_errorWrite})
-        SetHandleInformation(theirs, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);
+        inherit(theirs, HANDLE_FLAG_INHERIT);
     return true;
 }
 
