@@ -4,9 +4,16 @@
 #include <objbase.h>
 
 #include "VelmoraCommon/detect/system/GMHardwareDetect.h"
+#include "VelmoraCommon/detect/system/GMNetworkAdapter.h"
 #include "VelmoraCommon/detect/system/GMSystemInfo.h"
 #include "benchmarks/CallCounter.h"
 #include "benchmarks/Families.h"
+
+#include <iphlpapi.h>
+#include <lmcons.h>
+// Needs the declarations above.
+#include <lmapibuf.h>
+#include <lmwksta.h>
 
 namespace Velmora::Benchmarks
 {
@@ -38,6 +45,51 @@ void AskBareSystem()
                      &length);
     RegCloseKey(key);
     Use(&installed);
+}
+
+/// The sources of GMNetworkAdapter, each asked in the fewest calls.
+void AskBareAdapters()
+{
+    HMODULE const helper = LoadLibraryW(L"Iphlpapi.dll");
+    ULONG size = 0;
+    GetAdaptersInfo(nullptr, &size);
+    std::vector<unsigned char> list(size);
+    auto * const adapters = reinterpret_cast<IP_ADAPTER_INFO *>(list.data());
+    GetAdaptersInfo(adapters, &size);
+    for (IP_ADAPTER_INFO const * adapter = adapters; adapter != nullptr; adapter = adapter->Next)
+    {
+        MIB_IFROW row = {};
+        row.dwIndex = adapter->Index;
+        GetIfEntry(&row);
+        Use(&row);
+    }
+    FreeLibrary(helper);
+    HMODULE const network = LoadLibraryW(L"netapi32.dll");
+    BYTE * transports = nullptr;
+    DWORD count = 0;
+    DWORD total = 0;
+    NetWkstaTransportEnum(nullptr, 0, &transports, MAX_PREFERRED_LENGTH, &count, &total, nullptr);
+    NetApiBufferFree(transports);
+    FreeLibrary(network);
+    HKEY key = nullptr;
+    RegOpenKeyExW(HKEY_LOCAL_MACHINE,
+                  L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion\\NetworkCards", 0, KEY_READ,
+                  &key);
+    wchar_t name[MAX_PATH];
+    wchar_t text[MAX_PATH];
+    for (DWORD i = 0; RegEnumKeyW(key, i, name, MAX_PATH) == ERROR_SUCCESS; ++i)
+    {
+        HKEY card = nullptr;
+        RegOpenKeyExW(key, name, 0, KEY_READ, &card);
+        for (wchar_t const * value : {L"ServiceName", L"Description"})
+        {
+            DWORD length = sizeof text;
+            RegQueryValueExW(card, value, nullptr, nullptr, reinterpret_cast<BYTE *>(text),
+                             &length);
+        }
+        RegCloseKey(card);
+    }
+    RegCloseKey(key);
 }
 
 template <class Run>
@@ -78,6 +130,16 @@ void MeasureMachine(Report & report)
                     },
                     // Ours also puts the texts together.
                     {{"the bare calls", AskBareSystem, Bar::TimeAtMost(1.2)}}});
+    report.Measure({"machine: the network adapters",
+                    1,
+                    "machines",
+                    []
+                    {
+                        GMString const address = GMNetworkAdapter().SelectMacAddress();
+                        Use(&address);
+                    },
+                    {{"the bare calls", AskBareAdapters, Bar::TimeAtMost(1.2)}}});
+    CountLoads(report, "the network adapters", 2, [] { GMNetworkAdapter const adapters; });
     CountLoads(report, "the system's name", 0, [&machine] { machine.DetectOS(); });
     CountLoads(report, "caches", 0, [&machine] { machine.DetectCPUCache(); });
     CountConnections(report, "processors", [&machine] { machine.DetectCPU(); });

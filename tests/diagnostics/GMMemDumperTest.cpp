@@ -90,7 +90,9 @@ TEST(GMMemDumper, ReportsACrashAndEndsTheProcess)
 {
     TemporaryFolder const folder;
     SetCurrentDirectoryW(folder.Path().c_str());
-    SetEnvironmentVariableW(L"TMP", folder.Path().c_str());
+    wchar_t temporary[MAX_PATH] = {};
+    GetEnvironmentVariableW(L"TMP", temporary, MAX_PATH);
+    SetEnvironmentVariableW(L"TMP", folder.Path().c_str()); // where the dumps lie
     std::wstring report = Crash(0);
     std::wstring const before = L"r%s -module=-7 -caption=a b -version=1.2 -dumpFile=\"";
     std::wstring const after = L"\" -arguments=\"LINE\"";
@@ -120,6 +122,7 @@ TEST(GMMemDumper, ReportsACrashAndEndsTheProcess)
         EXPECT_EQ(L"", Crash(0xE0000010 + call));
     EXPECT_EQ(L"other ", Crash(EXCEPTION_STACK_OVERFLOW).substr(0, 6));
     SetCurrentDirectoryW(L"C:\\");
+    SetEnvironmentVariableW(L"TMP", temporary);
 }
 
 TEST(GMMemDumper, CanBeTurnedOff)

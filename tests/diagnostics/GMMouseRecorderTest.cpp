@@ -61,12 +61,14 @@ std::string Journal(DWORD message, DWORD x, DWORD y, DWORD time)
     return Numbers({110, 70, 210, 170, message, x, y, time, 0xFFFFFFFE});
 }
 
+HANDLE s_inLongGap;
+
 /// In place of the system's: for a long gap it waits until the playback is stopped.
 void WINAPI FakeSleep(DWORD time)
 {
     s_calls += "sleep " + std::to_string(time) + " ";
     ScopedKernelObject const stop(OpenEventW(SYNCHRONIZE, FALSE, L"MouseRecordExitEvent"));
-    if (time == longGap)
+    if (time == longGap && SetEvent(s_inLongGap))
         WaitForSingleObject(stop.Get(), longGap);
 }
 
@@ -87,7 +89,7 @@ protected:
         GMMouseRecorder::SetFileName(m_folder.Write(L"record.dat", bytes).c_str());
     }
 
-    /// Plays \p bytes to their end, or stops behind the first event.
+    /// Plays \p bytes to their end, or stops in a long gap.
     /// \return the callback's and the window's events
     std::string Play(std::string const & bytes)
     {
@@ -106,8 +108,6 @@ protected:
     {
         m_told += std::to_string(message) + ":" + std::to_string(point.x) + "," +
                   std::to_string(point.y) + " ";
-        if (message == WM_USER)
-            SetEvent(m_event.Get());
         return false;
     }
 
@@ -134,7 +134,13 @@ TEST_F(GMMouseRecorderTest, RecordsUntilTheWindowIsGone)
     EXPECT_FALSE(GMMouseRecorder::StartRecord(window, m_window));
     mouse_event(MOUSEEVENTF_ABSOLUTE | MOUSEEVENTF_MOVE, 32768, 16384, 0, 0);
     mouse_event(MOUSEEVENTF_LEFTDOWN, 0, 0, 0, 0);
-    Posted();
+    // The system hands the events to the hook while messages are taken, in its own time.
+    for (DWORD begin = GetTickCount(); GetTickCount() - begin < longGap;)
+    {
+        Posted();
+        if (ReadBytes(GMMouseRecorder::GetFileName()).size() == header.size() + 2 * 32)
+            break;
+    }
     DestroyWindow(window);
     POINT at;
     GetCursorPos(&at);
@@ -143,7 +149,7 @@ TEST_F(GMMouseRecorderTest, RecordsUntilTheWindowIsGone)
     EXPECT_FALSE(GMMouseRecorder::IsRecord());
 
     std::string const bytes = ReadBytes(GMMouseRecorder::GetFileName());
-    ASSERT_EQ(header.size() + 2 * sizeof(DWORD) * 8, bytes.size());
+    ASSERT_EQ(header.size() + 2 * 32, bytes.size());
     EXPECT_EQ(Mouse(0, WM_LBUTTONDOWN, DWORD(at.x), DWORD(at.y)).replace(16, 4, bytes, 57, 4),
               bytes.substr(41));
     std::string const moved = std::to_string(at.x + 100) + "," + std::to_string(at.y + 50);
@@ -168,6 +174,7 @@ TEST_F(GMMouseRecorderTest, PlaysFilesOfEveryLength)
          "1024:110,70 " + played + "stopped 1024/0 513/655365"},
     };
     s_calls.clear();
+    s_inLongGap = m_event.Get();
     for (auto const & [bytes, events] : rows)
         EXPECT_EQ(events, Play(bytes)) << bytes.size();
     EXPECT_EQ("sleep 60000 ", s_calls); // each of the others comes at once

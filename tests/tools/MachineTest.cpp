@@ -27,6 +27,7 @@ TEST_F(Machine, TellsMemoryBeyondWmiAndScoresOfAFile)
     std::string const report = Run(0, L"machine", L"--json --scores scores", "\"graphics\": 4000");
     EXPECT_NE(report.npos, report.find("\"memoryMB\": 24576")) << report;
     DeleteRegistryTree(HKEY_LOCAL_MACHINE, driver);
+    EXPECT_NE(report.npos, report.find("\"internetCafe\": false"));
     Run(0, L"machine", L"", "Scores      processor ");
     for (char const * line : {"a", "= 1", "a =", "a = 1x", "a = 12345678901"})
     {

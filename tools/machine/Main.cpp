@@ -7,7 +7,11 @@
 #include <comdef.h>
 #include <nlohmann/json.hpp>
 
+#include "VelmoraCommon/detect/system/GMDeviceManager.h"
+#include "VelmoraCommon/detect/system/GMDiskIDImpl.h"
 #include "VelmoraCommon/detect/system/GMHardwareDetect.h"
+#include "VelmoraCommon/detect/system/GMNetbarDetect.h"
+#include "VelmoraCommon/detect/system/GMNetworkAdapter.h"
 #include "VelmoraCommon/detect/system/GMSystemInfo.h"
 #include "VelmoraCommon/text/GMStringConvert.h"
 #include "VelmoraCommon/text/GMStringUtils.h"
@@ -86,6 +90,32 @@ Json UsbDevices(GMHardwareDetect const & machine)
     return devices;
 }
 
+/// The drives that tell of themselves; most do so to an administrator alone.
+Json Disks()
+{
+    GMDiskIDImpl drives;
+    drives.LoadDiskInfo();
+    Json disks = Json::array();
+    for (unsigned int i = 0; i != drives.GetCount(); ++i)
+    {
+        GMString serial = GMStringConvert::MultiByteToUnicodeString(drives.SerialNumber(i), CP_ACP);
+        GMStringUtils::Trim(serial, L" ");
+        disks.push_back({{"serial", Utf8(serial)}, {"fixed", drives.IsFixedDriveType(i)}});
+    }
+    return disks;
+}
+
+Json Network()
+{
+    Json adapters = Json::array();
+    for (GMDeviceManager::GMDeviceInfo const & device : GMDeviceManager().GetDeviceInfos(nullptr))
+    {
+        if (device.m_class == L"Net")
+            adapters.push_back(Utf8(device.m_description));
+    }
+    return {{"adapters", adapters}, {"address", Utf8(GMNetworkAdapter().SelectMacAddress())}};
+}
+
 /// The scores come last, for they put the processor's numbers into the range of their formula.
 Json Describe(GMHardwareDetect & machine)
 {
@@ -101,6 +131,9 @@ Json Describe(GMHardwareDetect & machine)
     report["memoryMB"] = machine.GetMemorySize();
     report["graphics"] = Graphics(machine);
     report["usb"] = UsbDevices(machine);
+    report["disks"] = Disks();
+    report["network"] = Network();
+    report["internetCafe"] = GMNetbarDetect().IsNetBar();
     unsigned int processor = 0;
     unsigned int graphics = 0;
     machine.MakeCPUScore(processor);
@@ -140,6 +173,15 @@ void Tell(Json const & report)
     for (Json const & device : report["usb"])
         TellLine(L"USB", "vendor " + device["vendor"].get<std::string>() + ", product " +
                              device["product"].get<std::string>());
+    for (Json const & disk : report["disks"])
+        TellLine(L"Disk", "serial number " + disk["serial"].get<std::string>() +
+                              (disk["fixed"] ? "" : ", removable"));
+    for (Json const & adapter : report["network"]["adapters"])
+        TellLine(L"Network", adapter);
+    if (report["network"]["address"] != "")
+        TellLine(L"Address", report["network"]["address"]);
+    if (report["internetCafe"])
+        TellLine(L"Place", "an internet cafe");
     TellLine(L"Scores", "processor " + report["scores"]["processor"].dump() + ", graphics " +
                             report["scores"]["graphics"].dump());
 }
@@ -171,7 +213,8 @@ int wmain(int argc, wchar_t ** argv)
 {
     Options options;
     CommandLine line("machine", "Tells what the machine is made of: system, processor, memory,\n"
-                                "graphics, USB devices, and scores for processor and graphics.");
+                                "graphics, USB devices, disks, network, whether it belongs to an\n"
+                                "internet cafe, and scores for processor and graphics.");
     line.add_flag("--json", options.json,
                   "Tells the same as JSON, and the time of the installation");
     AddText(line, "--scores", options.scores,

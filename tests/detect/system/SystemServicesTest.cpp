@@ -140,10 +140,15 @@ TEST(GMSystemUtils, PutsTextOnTheClipboard)
     FailEachCall(
         [](unsigned int call)
         {
+            GMSystemUtils::SetClipboardText(L"old");
             FailureScope const failure(call);
             bool const done = GMSystemUtils::SetClipboardText(L"text");
             EXPECT_EQ(g_callsSeen < call, done) << call;
-            EXPECT_EQ(done ? L"text" : L"", ClipboardText()) << call; // it is closed again
+            EXPECT_EQ(done        ? L"text"
+                      : call <= 2 ? L"old"
+                                  : L"",
+                      ClipboardText())
+                << call; // it is closed again
         });
     EXPECT_EQ(4u, g_callsSeen);
 }
@@ -153,7 +158,7 @@ TEST(GMSystemUtils, ListsADropAndNamesErrors)
     for (std::wstring const & names : {L""s, L"C:\\a\0C:\\a longer one\0"s})
     {
         HGLOBAL const drop =
-            GlobalAlloc(GHND, sizeof(DROPFILES) + (names.size() + 1) * sizeof(wchar_t));
+            GlobalAlloc(GHND, sizeof(DROPFILES) + (names.size() + 2) * sizeof(wchar_t));
         auto * const files = static_cast<DROPFILES *>(GlobalLock(drop));
         *files = {sizeof *files, {}, FALSE, TRUE};
         std::memcpy(files + 1, names.data(), names.size() * sizeof(wchar_t));
