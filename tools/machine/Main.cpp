@@ -178,8 +178,9 @@ void Tell(Json const & report)
                               (disk["fixed"] ? "" : ", removable"));
     for (Json const & adapter : report["network"]["adapters"])
         TellLine(L"Network", adapter);
-    if (report["network"]["address"] != "")
-        TellLine(L"Address", report["network"]["address"]);
+    std::string const address = report["network"]["address"];
+    if (!address.empty())
+        TellLine(L"Address", address);
     if (report["internetCafe"])
         TellLine(L"Place", "an internet cafe");
     TellLine(L"Scores", "processor " + report["scores"]["processor"].dump() + ", graphics " +

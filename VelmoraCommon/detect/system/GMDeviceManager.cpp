@@ -1,5 +1,7 @@
 #include "VelmoraCommon/detect/system/GMDeviceManager.h"
 
+#include <cwchar>
+
 #include "VelmoraCommon/frame/internal/ScopedHandle.h"
 #include "VelmoraCommon/registry/GMRegValue.h"
 #include "VelmoraCommon/text/GMStringUtils.h"
@@ -42,7 +44,8 @@ struct Property
     {
         GMString text(data.size() / sizeof(wchar_t), L'\0');
         text.assign(reinterpret_cast<wchar_t const *>(data.data()), text.size());
-        return text.c_str();
+        text.resize(std::wcslen(text.c_str()));
+        return text;
     }
 };
 

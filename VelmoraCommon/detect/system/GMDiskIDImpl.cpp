@@ -264,7 +264,8 @@ std::string GMDiskIDImpl::ConvertToString(unsigned short * const record, int fir
     }
     while (text.size() > 1 && text.back() == ' ')
         text.pop_back();
-    return text.c_str(); // up to its first NUL
+    text.resize(std::strlen(text.c_str()));
+    return text;
 }
 
 std::string GMDiskIDImpl::flipAndCodeBytes(char * text)
