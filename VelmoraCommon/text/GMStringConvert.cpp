@@ -8,7 +8,6 @@
 
 #include "VelmoraCommon/frame/WindowsApi.h"
 #include "VelmoraCommon/text/internal/Utf8.h"
-#include "VelmoraCommon/text/internal/Words.h"
 
 namespace Velmora
 {
@@ -36,7 +35,10 @@ struct ToUtf16
 
     bool IsFast() const { return codePage == CP_UTF8; }
     std::size_t FastSize() const { return CountUtf16Units(text, length); }
-    Utf8Progress FastConvert(wchar_t * to) const { return DecodeUtf8(text, length, to); }
+    Utf8Progress FastConvert(wchar_t * to, std::size_t room) const
+    {
+        return DecodeUtf8(text, length, to, room);
+    }
 
     /// Converts from \p begin on, or measures for a null \p to; 0 on failure.
     int SystemConvert(std::size_t begin, wchar_t * to, std::size_t room) const
@@ -60,7 +62,10 @@ struct FromUtf16
 
     bool IsFast() const { return codePage == CP_UTF8 && replacement == '\0'; }
     std::size_t FastSize() const { return CountUtf8Bytes(text, length); }
-    Utf8Progress FastConvert(char * to) const { return EncodeUtf8(text, length, to); }
+    Utf8Progress FastConvert(char * to, std::size_t room) const
+    {
+        return EncodeUtf8(text, length, to, room);
+    }
 
     /// Converts from \p begin on, or measures for a null \p to; 0 on failure.
     int SystemConvert(std::size_t begin, char * to, std::size_t room) const
@@ -84,7 +89,7 @@ bool ConvertInto(Unit * to, std::size_t room, Conversion const & conversion, std
 {
     Utf8Progress fast{};
     if (conversion.IsFast())
-        fast = conversion.FastConvert(to);
+        fast = conversion.FastConvert(to, room);
     written = fast.written;
     if (fast.isWhole)
         return true;
