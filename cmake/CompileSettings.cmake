@@ -13,6 +13,11 @@ else()
         # Nothing that only one of the compilers takes.
         target_compile_options(VelmoraCompileSettings INTERFACE -Wgnu -Wmicrosoft)
     endif()
+    if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+        # SSE2, as Microsoft's compiler has it by default. Callers promise only four bytes of alignment
+        # of the stack.
+        target_compile_options(VelmoraCompileSettings INTERFACE -msse2 -mstackrealign)
+    endif()
     if(VELMORA_CHECKED)
         # The toolchain has no sanitizer run-time library, so a finding traps: illegal instruction.
         target_compile_options(VelmoraCompileSettings INTERFACE
