@@ -20,3 +20,7 @@ install(FILES
     ${PROJECT_BINARY_DIR}/VelmoraCommonConfig.cmake
     ${PROJECT_BINARY_DIR}/VelmoraCommonConfigVersion.cmake
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/VelmoraCommon)
+
+# For builds without CMake.
+configure_file(cmake/velmora-common.pc.in ${PROJECT_BINARY_DIR}/velmora-common.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/velmora-common.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -23,7 +23,8 @@ public:
     /// levels: 1 gives what \p file imports itself, 0 and below nothing. Every library is searched
     /// for from the folder of \p file, as GetDllFullPath does.
     /// \return from the name in lower case to the full path, which is empty for a library that was
-    ///     not found; belongs to this object and is valid until its next walk
+    ///     not found; belongs to this object and is valid until its next walk, so that a loop over
+    ///     the result of a temporary object reads what is gone
     std::map<GMString, GMString> const & GetDependFiles(GMString const & file,
                                                         GMString const & extraDirectory, int depth);
 
