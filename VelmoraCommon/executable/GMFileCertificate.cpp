@@ -10,6 +10,7 @@
 #include "VelmoraCommon/files/GMFileSystemUtils.h"
 #include "VelmoraCommon/frame/internal/ScopedHandle.h"
 #include "VelmoraCommon/text/GMStringUtils.h"
+#include "VelmoraCommon/text/internal/VersionBlockSlack.h"
 
 namespace Velmora
 {
@@ -19,10 +20,6 @@ namespace
 
 /// The most units of a path within a version block.
 constexpr std::size_t subBlockLimit = 63;
-
-/// Zeros behind a version block. `VerQueryValueW` believes the lengths that stand in the block, each
-/// of 16 bits, on its way down three levels to a value of up to 65,535 units.
-constexpr SIZE_T lengthSlack = SIZE_T{5} * 0x10000;
 
 constexpr DWORD encodings = X509_ASN_ENCODING | PKCS_7_ASN_ENCODING;
 
@@ -101,7 +98,7 @@ bool GMFileCertificate::LoadVersionInfo()
     DWORD const size = GetFileVersionInfoSizeW(m_path.c_str(), &ignored);
     if (size == 0)
         return false;
-    HGLOBAL const memory = GlobalAlloc(GHND, size + lengthSlack);
+    HGLOBAL const memory = GlobalAlloc(GHND, size + versionBlockSlack);
     if (memory == nullptr)
         return false;
     m_versionData = GlobalLock(memory);

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <memory>
 #include <utility>
+#include <vector>
 
 #include "VelmoraCommon/files/internal/ByteOrderMarks.h"
 #include "VelmoraCommon/text/GMStringConvert.h"
@@ -19,6 +20,17 @@ template <std::size_t Size>
 bool StartsWith(unsigned char const * bytes, unsigned int count, unsigned char const (&mark)[Size])
 {
     return count >= Size && std::equal(mark, mark + Size, bytes);
+}
+
+constexpr std::size_t pieceSize = std::size_t(256) * 1024; // bytes
+
+/// Behind the last byte that is a character by itself in every code page that a text file has: in no such
+/// page a byte below "0" is a part of another character. 0 if there is none.
+std::size_t PlaceToCut(char const * bytes, std::size_t count)
+{
+    while (count != 0 && static_cast<unsigned char>(bytes[count - 1]) >= '0')
+        --count;
+    return count;
 }
 
 } // namespace
@@ -118,12 +130,37 @@ bool GMTextReader::ReadMultiByte(unsigned long long size, GMString & text)
 {
     if (size > INT_MAX)
         return false;
-    unsigned int read = 0;
-    std::unique_ptr<char[]> const bytes(new char[static_cast<std::size_t>(size)]); // not zeroed
-    if (!m_file->Read(bytes.get(), static_cast<unsigned int>(size), read))
-        return false;
-    text = GMStringConvert::MultiByteToUnicodeString(
-        bytes.get(), static_cast<int>(read), m_encoding == EncodingDefault ? CP_ACP : CP_UTF8);
+    // By pieces that stay in the cache: a block of the whole file would cost more than its conversion. A
+    // file without a place to cut at is one piece, in the end.
+    unsigned int const codePage = m_encoding == EncodingDefault ? CP_ACP : CP_UTF8;
+    auto left = static_cast<std::size_t>(size);
+    std::size_t kept = 0; // bytes at the start of the buffer that wait for what follows them
+    std::vector<char> buffer(std::min<std::size_t>(left, pieceSize));
+    for (bool isEnd = left == 0; !isEnd;)
+    {
+        unsigned int read = 0;
+        auto const wanted = static_cast<unsigned int>(std::min(buffer.size() - kept, left));
+        if (!m_file->Read(buffer.data() + kept, wanted, read))
+            return false;
+        left -= read;
+        std::size_t const count = kept + read;
+        isEnd = left == 0 || read < wanted;
+        std::size_t const cut = isEnd ? count : PlaceToCut(buffer.data(), count);
+        if (cut == 0)
+        {
+            kept = count;
+            buffer.resize(std::min(2 * buffer.size(), kept + left));
+            continue;
+        }
+        GMString const part = GMStringConvert::MultiByteToUnicodeString(
+            buffer.data(), static_cast<int>(cut), codePage);
+        if (text.empty())
+            text.reserve(static_cast<std::size_t>(part.size() * (size / cut + 1)));
+        text += part;
+        isEnd = isEnd || std::memchr(buffer.data(), 0, cut) != nullptr; // the text ends there
+        kept = count - cut;
+        std::memmove(buffer.data(), buffer.data() + cut, kept);
+    }
     return true;
 }
 

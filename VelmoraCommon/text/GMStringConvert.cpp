@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstring>
 #include <iterator>
+#include <memory>
 #include <utility>
 
 #include "VelmoraCommon/frame/WindowsApi.h"
@@ -133,6 +134,24 @@ bool ConvertShort(Conversion const & conversion, typename Conversion::Result & r
     return true;
 }
 
+/// Where each byte makes one unit at most, a text of some size needn't be measured: converting it into a
+/// block of that many takes half of the time. Of a longer text the block would take too much of its own.
+bool ConvertBounded(ToUtf16 const & conversion, GMString & result)
+{
+    constexpr std::size_t mostBytes = std::size_t(512) * 1024;
+    if (conversion.length > mostBytes)
+        return false;
+    std::unique_ptr<wchar_t[]> const block(new wchar_t[conversion.length]); // not zeroed
+    std::size_t written;
+    if (!ConvertInto(block.get(), conversion.length, conversion, written))
+        return false;
+    result.assign(block.get(), written);
+    return true;
+}
+
+/// How many bytes a unit makes depends on the code page.
+bool ConvertBounded(FromUtf16 const &, GMStringA &) { return false; }
+
 template <class Conversion>
 bool ConvertMeasured(Conversion const & conversion, typename Conversion::Result & result)
 {
@@ -151,7 +170,7 @@ typename Conversion::Result Convert(Conversion const & conversion, bool & ok)
     ok = conversion.length >= 1 && conversion.length <= INT_MAX &&
          ((conversion.length <= shortText && ConvertShort(conversion, result)) ||
           (conversion.IsFast() && ConvertSized(conversion, conversion.FastSize(), result)) ||
-          ConvertMeasured(conversion, result));
+          ConvertBounded(conversion, result) || ConvertMeasured(conversion, result));
     return result;
 }
 

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <climits>
-#include <vector>
 
 #include "VelmoraCommon/frame/GMSharedLibrary.h"
-#include "VelmoraCommon/frame/WindowsApi.h"
+#include "VelmoraCommon/frame/internal/ScopedHandle.h"
 #include "VelmoraCommon/text/GMStringUtils.h"
+#include "VelmoraCommon/text/internal/VersionBlockSlack.h"
 
 namespace Velmora
 {
@@ -93,11 +93,11 @@ bool GMVersionUtils::GetFileVersion(GMString const & path, GMString & version)
     if (size == 0)
         return false;
 
-    std::vector<unsigned char> block(size);
+    ScopedLocalMemory<void> const block(LocalAlloc(LPTR, size + versionBlockSlack));
     void * root = nullptr;
     UINT rootSize = 0;
-    if (!GetFileVersionInfoW(path.c_str(), 0, size, block.data()) ||
-        !VerQueryValueW(block.data(), L"\\", &root, &rootSize) ||
+    if (!block || !GetFileVersionInfoW(path.c_str(), 0, size, block.Get()) ||
+        !VerQueryValueW(block.Get(), L"\\", &root, &rootSize) ||
         rootSize < sizeof(VS_FIXEDFILEINFO))
     {
         return false;

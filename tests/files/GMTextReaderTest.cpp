@@ -143,6 +143,31 @@ TEST(GMTextReader, KeepsItsContentWhenLoadingFails)
     }
 }
 
+TEST(GMTextReader, ReadsLongFilesAsOneText)
+{
+    TemporaryFolder const folder;
+    GMStringConvert::SetDefaultCodePage(simplifiedChinese);
+    for (std::size_t const run : {7u, 300'000u, 1'000'000u}) // characters up to a place to cut at
+    {
+        std::string bytes;
+        while (bytes.size() < 1'500'000)
+        {
+            for (std::size_t i = 0; i != run; ++i)
+                bytes += "\xD6\xD0";
+            bytes += '\n';
+        }
+        for (std::size_t const nul : {bytes.size(), std::size_t(400'000)})
+        {
+            bytes.resize(nul);
+            bytes += "\0rest"s;
+            EXPECT_TRUE(GMStringConvert::MultiByteToUnicodeString(bytes, simplifiedChinese) ==
+                        Load(folder.Write(L"long.txt", bytes), false))
+                << run;
+        }
+    }
+    GMStringConvert::SetDefaultCodePage(0);
+}
+
 TEST(GMTextReader, TakesWhatIsThereOfAFileThatBecameShorter)
 {
     TemporaryFolder const folder;

@@ -28,6 +28,7 @@ constexpr wchar_t interfacesKey[] =
 constexpr DWORD mostCards = 1024; // and units of their keys' names
 constexpr std::size_t longestValue = 260;
 constexpr std::size_t addressSize = 6;
+constexpr ULONG largestList = 16 << 20; // bytes; no machine has so many adapters
 
 /// A text that fills its array may lack a NUL.
 template <std::size_t size>
@@ -96,6 +97,8 @@ bool GMNetworkAdapter::GetMacIdByIPHelp()
     ULONG result = getAdaptersInfo(nullptr, &size);
     while (result == ERROR_BUFFER_OVERFLOW && size > list.size() * sizeof list[0]) // it may grow
     {
+        if (size > largestList)
+            return false;
         list.resize((size - 1) / sizeof list[0] + 1);
         size = static_cast<ULONG>(list.size() * sizeof list[0]);
         result = getAdaptersInfo(list.data(), &size);
@@ -206,8 +209,8 @@ bool GMNetworkAdapter::GetPhysicalNicInfo()
 /// \param key may be null
 GMString GMNetworkAdapter::ReadRegString(HKEY key, GMString const & name)
 {
-    wchar_t text[longestValue + 1] = {}; // a stored text may lack its NUL
-    DWORD size = longestValue * sizeof(wchar_t);
+    wchar_t text[longestValue + 2] = {}; // a stored text may lack its NUL
+    DWORD size = (longestValue + 1) * sizeof(wchar_t);
     DWORD type = REG_NONE;
     if (key == nullptr ||
         RegQueryValueExW(key, name.c_str(), nullptr, &type, reinterpret_cast<BYTE *>(text),
@@ -216,6 +219,7 @@ GMString GMNetworkAdapter::ReadRegString(HKEY key, GMString const & name)
     {
         return GMString();
     }
+    text[longestValue] = L'\0';
     return text;
 }
 

@@ -7,18 +7,10 @@
 #include "VelmoraCommon/executable/GMFileCertificate.h"
 #include "VelmoraCommon/text/GMStringToken.h"
 #include "VelmoraCommon/text/GMStringUtils.h"
+#include "VelmoraCommon/text/internal/VersionBlockSlack.h"
 
 namespace Velmora
 {
-
-namespace
-{
-
-/// Zeros behind a version block. `VerQueryValueW` believes the lengths that stand in the block, each
-/// of 16 bits, on its way down three levels to a value of up to 65,535 units.
-constexpr SIZE_T lengthSlack = SIZE_T(5) * 0x10000;
-
-} // namespace
 
 bool ParseVersionText(GMString const & text, GMSoftVersion & version)
 {
@@ -48,7 +40,7 @@ VersionBlock::VersionBlock(GMString const & path) : m_isLoaded(false)
     DWORD const size = GetFileVersionInfoSizeW(path.c_str(), &ignored);
     if (size == 0)
         return;
-    m_block = ScopedLocalMemory<void>(LocalAlloc(LPTR, size + lengthSlack));
+    m_block = ScopedLocalMemory<void>(LocalAlloc(LPTR, size + versionBlockSlack));
     m_isLoaded = m_block && GetFileVersionInfoW(path.c_str(), 0, size, m_block.Get());
 }
 
