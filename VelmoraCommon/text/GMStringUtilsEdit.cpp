@@ -42,8 +42,16 @@ void ReplaceMatches(GMString & s, std::size_t length, GMString const & to, Match
     if (to.length() > length)
     {
         std::size_t count = 0;
-        WalkMatches(
-            s, length, matches, [](wchar_t) {}, [&] { ++count; });
+        if (length == 1) // a plain sum, which compilers make several units at a time
+        {
+            for (wchar_t const & unit : s)
+                count += matches(&unit);
+        }
+        else
+        {
+            WalkMatches(
+                s, length, matches, [](wchar_t) {}, [&] { ++count; });
+        }
         if (count == 0)
             return;
         grown.resize(s.length() + count * (to.length() - length));
