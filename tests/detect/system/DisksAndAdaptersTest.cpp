@@ -58,6 +58,8 @@ BOOL WINAPI Control(HANDLE drive, DWORD code, void * in, DWORD inSize, void * ou
     }
     s_log += Hex(&code, 4) + " " + std::to_string(inSize) + " " + std::to_string(outSize) + " " +
              Hex(bytes) + "\n";
+    if (code == IOCTL_STORAGE_QUERY_PROPERTY)
+        std::memset(out, 0x7F, outSize); // a descriptor that points out of the answer
     std::size_t const at = code == miniportControl ? 44 : code == 1 ? 0 : 16;
     record.copy(answer + at, record.size());
     return at != 44 || bytes[40] == 0;
@@ -266,6 +268,21 @@ TEST(GMNetworkAdapter, ReadsItsThreeSources)
         });
     EXPECT_EQ(2u, calls); // each library once
     EXPECT_EQ(2, s_freed);
+
+    FailingCall<1, decltype(&RegOpenKeyExW)> const open("RegOpenKeyExW", ERROR_CRC);
+    FailingCall<2, decltype(&RegQueryInfoKeyW)> const sizes("RegQueryInfoKeyW", ERROR_CRC);
+    FailingCall<3, decltype(&RegEnumKeyExW)> const list("RegEnumKeyExW", ERROR_CRC);
+    FailingCall<4, decltype(&RegQueryValueExW)> const query("RegQueryValueExW", ERROR_CRC);
+    unsigned int const handles = HandleCount();
+    unsigned int survived = 0;
+    FailEachCall(
+        [&survived](unsigned int call)
+        {
+            FailureScope const failure(call);
+            survived += static_cast<unsigned int>(GMNetworkAdapter().m_physicalNics.size());
+        });
+    EXPECT_EQ(handles, HandleCount());
+    EXPECT_LT(0u, survived); // of a failure with another card
 }
 
 TEST(GMNetworkAdapter, ChoosesTheBusiestCardThatIsUp)
