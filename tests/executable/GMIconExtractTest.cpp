@@ -2,6 +2,7 @@
 
 #include <array>
 #include <filesystem>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -16,8 +17,6 @@ namespace Velmora::Testing
 namespace
 {
 
-using Numbers = std::vector<unsigned long long>;
-
 /// What the system was to make an icon of last.
 std::string s_chosen;
 
@@ -30,22 +29,16 @@ HICON WINAPI NoteChoice(BYTE * bytes, DWORD size, BOOL isIcon, DWORD version)
 
 void * NoMemory(std::size_t) { return nullptr; }
 
-/// The system, without memory for whom it calls back, and without an idea of exceptions.
+/// The system, without memory for whom it calls back; an exception that passes it ends the program.
 BOOL WINAPI EnumerateWithoutMemory(HMODULE module, LPCWSTR type, ENUMRESNAMEPROCW callback,
-                                   LONG_PTR object)
+                                   LONG_PTR object) noexcept
 {
     wchar_t name[] = L"a long name";
-    try
-    {
-        ImportHook const hook("malloc", &NoMemory, L"libstdc++-6.dll");
-        return callback(module, type, name, object);
-    }
-    catch (std::bad_alloc const &)
-    {
-        ADD_FAILURE() << "an exception passed the system";
-        return FALSE;
-    }
+    ImportHook const hook("malloc", &NoMemory, L"libstdc++-6.dll");
+    return callback(module, type, name, object);
 }
+
+BOOL WINAPI EnumerateNothing(HMODULE, LPCWSTR, ENUMRESNAMEPROCW, LONG_PTR) { return TRUE; }
 
 } // namespace
 
@@ -53,64 +46,65 @@ TEST(GMIconExtract, FindsGroupsAndImages)
 {
     TemporaryFolder const folder;
     IconProgram const program = SampleIcons();
-    GMIconExtract extract(folder.Write(L"a.exe", IconProgramBytes(program)));
-    EXPECT_TRUE(extract.IsOpen());
-    EXPECT_EQ(3u, extract.GetIconNums());
-    Numbers numbers = {99};
-    EXPECT_EQ(std::vector<GMString>{L"NAME"}, extract.GetIconIDs(numbers));
-    EXPECT_EQ((Numbers{2, 3}), numbers);
-    EXPECT_TRUE(extract.EnumIconNums());
-    EXPECT_EQ(6u, extract.GetIconNums());
+    std::wstring const path = folder.Write(L"a.exe", IconProgramBytes(program));
+    FailingCall<1, decltype(&FreeLibrary)> const releases("FreeLibrary", FALSE);
+    FailureScope const scope(~0u); // counts
     {
+        GMIconExtract extract(folder.File(L"no.exe"));
+        extract = GMIconExtract(GMIconExtract(path)); // the module is shared
+        {
+            ImportHook const hook("EnumResourceNamesW", &EnumerateWithoutMemory);
+            EXPECT_THROW(extract.GetIconNums(), std::bad_alloc);
+        }
+        std::vector<unsigned long long> numbers = {99};
+        EXPECT_EQ(std::vector<GMString>{L"NAME"}, extract.GetIconIDs(numbers));
+        EXPECT_EQ((std::vector<unsigned long long>{2, 3}), numbers);
+        EXPECT_EQ(3u, extract.GetIconNums());
+        EXPECT_TRUE(extract.EnumIconNums());
+        EXPECT_EQ(6u, extract.GetIconNums());
+
         ImportHook const hook("CreateIconFromResource", &NoteChoice);
-        EXPECT_NE(nullptr, extract.GetIcon(nullptr, 0x10002)); // 16 bits count
-        EXPECT_TRUE(s_chosen == program.images[1]);
-        EXPECT_NE(nullptr, extract.GetIcon(L"name", 0xFFFFFFFF));
-        EXPECT_TRUE(s_chosen == program.images[0]); // all claim the same
+        std::tuple<wchar_t const *, unsigned int, std::size_t> const cases[] = {
+            {nullptr, 0x10002, 1},       // 16 bits count
+            {L"name", 0xFFFFFFFF, 0},    // all claim the same
+            {L"NAME", 4, 3},             // no such image
+            {L"NOBODY", 0xFFFFFFFF, 3}}; // no such group
+        for (auto const & [group, id, image] : cases)
+        {
+            s_chosen.clear();
+            EXPECT_EQ(image != 3, extract.GetIcon(group, id) != nullptr);
+            EXPECT_TRUE(s_chosen == (image == 3 ? "" : program.images[image]));
+        }
         EXPECT_NE(nullptr, extract.GetDefultIcon());
         EXPECT_TRUE(s_chosen == program.images[2]);
     }
-    EXPECT_EQ(nullptr, extract.GetIcon(L"NAME", 4));
-    EXPECT_EQ(nullptr, extract.GetIcon(L"NOBODY", 0xFFFFFFFF));
-    EXPECT_EQ(nullptr, extract.GetIcon(MAKEINTRESOURCEW(1), 32, 32, 8, false));
+    EXPECT_EQ(1u, g_callsSeen);
 
     std::wstring const empty = folder.Write(L"none.exe", IconProgramBytes({}));
-    for (std::wstring const & path : {folder.File(L"no.exe"), folder.Write(L"a.txt", ""), empty})
+    for (std::wstring const & each : {folder.File(L"no.exe"), folder.Write(L"a.txt", ""), empty})
     {
-        GMIconExtract none(path);
-        EXPECT_EQ(path == empty, none.IsOpen());
+        GMIconExtract none(each);
+        EXPECT_EQ(each == empty, none.IsOpen());
         EXPECT_EQ(0u, none.GetIconNums());
         EXPECT_EQ(nullptr, none.GetDefultIcon());
-        EXPECT_EQ(nullptr, none.GetIcon(MAKEINTRESOURCEW(1), 1));
         EXPECT_FALSE(Save(none, folder.File(L"saved.ico")));
         EXPECT_FALSE(std::filesystem::exists(folder.File(L"saved.ico")));
     }
 }
 
-TEST(GMIconExtract, TellsOfMissingMemoryPastTheSystem)
-{
-    TemporaryFolder const folder;
-    GMIconExtract extract(folder.Write(L"a.exe", IconProgramBytes(SampleIcons())));
-    {
-        ImportHook const hook("EnumResourceNamesW", &EnumerateWithoutMemory);
-        EXPECT_THROW(extract.GetIconNums(), std::bad_alloc);
-    }
-    EXPECT_EQ(3u, extract.GetIconNums());
-}
-
 TEST(GMIconExtract, ChoosesTheImage)
 {
+    using Images = std::vector<std::pair<int, WORD>>; // side and depth; 0 for a PNG stream
     struct Case
     {
         char const * what;
-        std::vector<std::pair<int, WORD>> images; // side and depth; 0 for a PNG stream
+        Images images;
         int side;
         unsigned int depth;
         bool isExact;
         std::size_t chosen; // counted from 1; 0 for none
     };
-    std::vector<std::pair<int, WORD>> const depths = {
-        {32, 1}, {32, 4}, {32, 8}, {32, 24}, {32, 32}};
+    Images const depths = {{32, 1}, {32, 4}, {32, 8}, {32, 24}, {32, 32}};
     Case const cases[] = {
         {"depth 1", depths, 32, 1, true, 1},
         {"no such depth", depths, 32, 16, true, 0},
@@ -150,12 +144,7 @@ TEST(GMIconExtract, LetsTheSystemHaveWholeImagesOnly)
 {
     std::string const bitmap = BitmapImage(32, 32, 8);
     std::size_t const mask = bitmap.size() - 32 * 4;
-    auto const patched = [&](std::size_t at, auto value)
-    {
-        std::string bytes = bitmap;
-        Place(bytes, at, value);
-        return bytes;
-    };
+    auto const patched = [&](std::size_t at, auto value) { return Patched(bitmap, at, value); };
     std::pair<std::string, std::size_t> const cases[] = {
         // the image, and the bytes that are handed over; 0 for no icon
         {bitmap, bitmap.size()},
@@ -201,93 +190,77 @@ TEST(GMIconExtract, SavesTheFirstGroup)
     EXPECT_FALSE(Save(extract, folder.Path()));
 }
 
-TEST(GMIconExtract, SharesTheModuleWithCopies)
-{
-    TemporaryFolder const folder;
-    std::wstring const path = folder.Write(L"a.exe", IconProgramBytes(SampleIcons()));
-    FailingCall<1, decltype(&FreeLibrary)> const releases("FreeLibrary", FALSE);
-    FailureScope const scope(~0u); // counts
-    GMIconExtract other(folder.File(L"missing.exe"));
-    {
-        GMIconExtract first(path);
-        EXPECT_EQ(3u, first.GetIconNums());
-        other = GMIconExtract(first);
-    }
-    EXPECT_TRUE(Save(other, folder.File(L"saved.ico")));
-    EXPECT_EQ(0u, g_callsSeen);
-    other = GMIconExtract(folder.File(L"missing.exe"));
-    EXPECT_EQ(1u, g_callsSeen);
-}
-
 TEST(GMIconExtract, KeepsToTheFileInDamagedOnes)
 {
     TemporaryFolder const folder;
+    IconProgram const icons = SampleIcons();
     std::size_t tables = 0;
-    std::string const sound = IconProgramBytes(SampleIcons(), &tables);
-    std::size_t const groups = SampleIcons().GroupTable();
-    std::size_t const leaves = SampleIcons().LanguageTables() + 24 * 6;
-    auto const end =
-        static_cast<DWORD>(sectionRva + sound.size() - sound.find(SampleIcons().images[0]));
+    std::string const sound = IconProgramBytes(icons, &tables);
+    std::size_t const groups = icons.GroupTable();
+    std::size_t const leaves = icons.LanguageTables() + 24 * 6;
+    auto const end = static_cast<DWORD>(sectionRva + sound.size() - sound.find(icons.images[0]));
+    auto const lastName = static_cast<DWORD>(sound.size() - tables - 4) | tableBit;
     struct Damage
     {
         char const * what;
-        std::size_t at;
+        std::size_t at; // in the tables
         std::vector<DWORD> values;
-        std::size_t groups;
+        std::size_t groups; // if there are none, the system isn't asked for any
     };
-    for (Damage const & each : {
-             Damage{"groups are the root", 16 + 12, {tableBit}, 2},
-             {"languages are the groups", groups + 16 + 4, {DWORD(groups) | tableBit}, 3},
-             {"root claims 65,535 names", 12, {0x0002FFFF}, 0},
-             {"65,535 groups claimed", groups + 12, {0xFFFF0001}, 0},
-             {"groups behind the file", 16 + 12, {0xFFFFFFF0}, 0},
-             {"languages behind the file", groups + 16 + 12, {tableBit | 0x10000}, 0},
-             {"name behind the file", groups + 16, {0xFFFFFFFE}, 0},
-             {"data instead of languages", groups + 16 + 12, {0}, 3},
-             {"leaf behind the file",
-              SampleIcons().LanguageTables() + 16 + 4,
-              {DWORD(leaves + 16 * 6)},
-              0},
-             // The last bytes of the file for those of the first image, and of the first group.
-             {"image of 39 bytes", leaves, {end - 39, 39}, 3},
-             {"image beyond the file", leaves, {end - 39, 40}, 3},
-             {"group of 5 bytes", leaves + 16 * 3, {end - 5, 5}, 3},
-         })
+    Damage const damages[] = {
+        {"groups are the root", 16 + 12, {tableBit}, 2},
+        {"65,535 groups claimed", groups + 12, {0xFFFF0001}, 0},
+        {"groups behind the file", 16 + 12, {0xFFFFFFF0}, 0},
+        {"languages behind the file", groups + 16 + 12, {tableBit | 0x10000}, 0},
+        {"name behind the file", groups + 16, {0xFFFFFFFE}, 0},
+        {"name that ends behind the file", groups + 16, {lastName}, 0},
+        {"data instead of languages", groups + 16 + 12, {0}, 3},
+        {"leaf behind the file", leaves - 24 * 6 + 20, {DWORD(leaves + 16 * 6)}, 0},
+        // The last bytes of the file for those of the first image, and of the first group.
+        {"image of 35 bytes", leaves, {end - 35, 35}, 3},
+        {"image beyond the file", leaves, {end - 35, 40}, 3},
+        {"group of 5 bytes", leaves + 16 * 3, {end - 5, 5}, 3},
+    };
+    for (Damage const & each : damages)
     {
         SCOPED_TRACE(each.what);
         std::string bytes = sound;
         for (std::size_t i = 0; i != each.values.size(); ++i)
             Place(bytes, tables + each.at + 4 * i, each.values[i]);
-        EXPECT_EQ(each.groups, AskProgramOf(folder, bytes));
+        std::wstring const path = folder.Write(L"a.exe", bytes);
+        EXPECT_EQ(each.groups, AskIconProgram(path));
+        ImportHook const hook("EnumResourceNamesW", &EnumerateNothing);
+        EXPECT_EQ(each.groups != 0, GMIconExtract(path).EnumIconNums());
     }
-    std::string bytes = sound; // sections behind the file
-    Place(bytes, ntOffset + 6, WORD(0xFFFF));
-    EXPECT_EQ(0u, AskProgramOf(folder, bytes));
+    std::string const sections = Patched(sound, ntOffset + 6, WORD(0xFFFF)); // behind the file
+    EXPECT_EQ(0u, AskIconProgram(folder.Write(L"a.exe", sections)));
 
     std::string const image = BitmapImage(32, 32, 32);
     std::pair<IconProgram, bool> const programs[] = {
-        {{{image}, {GroupBytes(std::vector<WORD>(15, 1))}}, true},
         {{{image}, {GroupBytes(std::vector<WORD>(0xFFFF, 1))}}, false}, // too much together
         {{{image}, {GroupBytes({1}, 0xFFFF)}}, false},
         {{{image}, {GroupBytes({1}).substr(0, 5)}}, false},
         {{{image.substr(0, 39)}, {GroupBytes({1})}}, false},
         {{{""}, {GroupBytes({1})}}, false},
+        {{{image}, {GroupBytes(std::vector<WORD>(15, 1))}}, true},
     };
     for (auto const & [program, isReadable] : programs)
     {
-        EXPECT_EQ(1u, AskProgramOf(folder, IconProgramBytes(program)));
-        GMIconExtract extract(folder.File(L"damaged.exe"));
+        std::wstring const path = folder.Write(L"b.exe", IconProgramBytes(program));
+        EXPECT_EQ(1u, AskIconProgram(path));
+        GMIconExtract extract(path);
         EXPECT_EQ(isReadable, Save(extract, folder.File(L"saved.ico")));
+        EXPECT_EQ(isReadable, std::filesystem::exists(folder.File(L"saved.ico")));
     }
 
     // Names that all are the same text come to more than the file.
     IconProgram const many = {
         {image}, std::vector<std::string>(200, GroupBytes({1})), std::wstring(3000, L'N')};
-    bytes = IconProgramBytes(many, &tables);
-    EXPECT_EQ(200u, AskProgramOf(folder, bytes));
+    std::string bytes = IconProgramBytes(many, &tables);
+    EXPECT_EQ(200u, AskIconProgram(folder.Write(L"a.exe", bytes)));
     for (std::size_t first = tables + many.GroupTable() + 16, i = 1; i != 200; ++i)
         bytes.replace(first + 8 * i, 4, bytes, first, 4);
-    EXPECT_EQ(0u, AskProgramOf(folder, bytes));
+    EXPECT_EQ(0u, AskIconProgram(folder.Write(L"a.exe", bytes)));
 }
 
 } // namespace Velmora::Testing

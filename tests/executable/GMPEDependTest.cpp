@@ -3,7 +3,7 @@
 #include <climits>
 #include <filesystem>
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "tests/executable/IconBytes.h"
 #include "tests/support/ImportHook.h"
@@ -17,17 +17,16 @@ namespace
 
 using Files = std::map<GMString, GMString>;
 
-std::wstring s_systemFolder;
-std::wstring s_windowsFolder;
-
-UINT WINAPI GiveSystemFolder(wchar_t * buffer, UINT size)
+/// Stands for the system's folder (0) and that of Windows (1).
+template <int Number>
+struct Stand
 {
-    return static_cast<UINT>(s_systemFolder.copy(buffer, size));
-}
-UINT WINAPI GiveWindowsFolder(wchar_t * buffer, UINT size)
-{
-    return static_cast<UINT>(s_windowsFolder.copy(buffer, size));
-}
+    static inline std::wstring s_folder;
+    static UINT WINAPI Give(wchar_t * buffer, UINT size)
+    {
+        return static_cast<UINT>(s_folder.copy(buffer, size));
+    }
+};
 
 } // namespace
 
@@ -35,46 +34,31 @@ TEST(GMPEDepend, WalksImportsToADepth)
 {
     TemporaryFolder const folder;
     TemporaryFolder const extra;
-    auto const write = [&](wchar_t const * name, std::string const & bytes)
-    { WriteBytes(folder.File(name), bytes); };
-    write(L"a.exe", ProgramBytes({"V-B.DLL", "v-none.dll", "v-b.dll"}, {"V-Late.dll"}));
-    write(L"v-b.dll", ProgramBytes({"v-c.dll"}));
-    write(L"v-c.dll", ProgramBytes({"v-b.dll", "v-d.dll"}));  // a circle
-    write(L"v-late.dll", ProgramBytes({}, {"v-unseen.dll"})); // no imports, so no delay imports
-    WriteBytes(extra.File(L"v-d.dll"), "not a program");
-
-    std::wstring const root = folder.File(L"a.exe");
-    Files expected;
+    std::wstring const root =
+        folder.Write(L"a.exe", ProgramBytes({"V-B.DLL", "v-none.dll", "v-b.dll"}, {"V-Late.dll"}));
+    std::wstring const b = folder.Write(L"v-b.dll", ProgramBytes({"v-c.dll"}));
+    std::wstring const c = folder.Write(L"v-c.dll", ProgramBytes({"v-b.dll", "v-d.dll"}));
+    std::wstring const late = folder.Write(L"v-late.dll", ProgramBytes({}, {"v-unseen.dll"}));
+    std::wstring const d = extra.Write(L"v-d.dll", "not a program");
+    Files const first = {{L"v-b.dll", b}, {L"v-late.dll", late}, {L"v-none.dll", L""}};
+    Files second = first;
+    second[L"v-c.dll"] = c;
+    Files third = second; // where the circle is closed
+    third[L"v-d.dll"] = d;
     GMPEDepend depend;
-    EXPECT_EQ(expected, depend.GetDependFiles(root, extra.Path(), 0));
-    expected = {{L"v-b.dll", folder.File(L"v-b.dll")},
-                {L"v-late.dll", folder.File(L"v-late.dll")},
-                {L"v-none.dll", L""}};
-    EXPECT_EQ(expected, depend.GetDependFiles(root, extra.Path(), 1));
-    expected[L"v-c.dll"] = folder.File(L"v-c.dll");
-    EXPECT_EQ(expected, depend.GetDependFiles(root, extra.Path(), 2));
-    expected[L"v-d.dll"] = extra.File(L"v-d.dll");
-    EXPECT_EQ(expected, depend.GetDependFiles(root, extra.Path(), 1000));
+    for (auto const & [depth, expected] :
+         {std::pair(0, Files()), {1, first}, {2, second}, {1000, third}})
+        EXPECT_EQ(expected, depend.GetDependFiles(root, extra.Path(), depth)) << depth;
 
     Files result = {{L"v-b.dll", L"as it was"}}; // neither searched for nor walked
     GMPEDepend::GetDependFiles(root, root, L"", result, 5);
-    EXPECT_EQ((Files{{L"v-b.dll", L"as it was"},
-                     {L"v-late.dll", folder.File(L"v-late.dll")},
-                     {L"v-none.dll", L""}}),
+    EXPECT_EQ((Files{{L"v-b.dll", L"as it was"}, {L"v-late.dll", late}, {L"v-none.dll", L""}}),
               result);
-}
 
-TEST(GMPEDepend, WalksALongChain)
-{
-    TemporaryFolder const folder;
-    constexpr int length = 300;
-    auto const name = [](int i) { return "chain" + std::to_string(i) + ".dll"; };
+    constexpr int length = 300; // of a chain
     for (int i = 0; i < length; ++i)
-    {
-        std::string const own = name(i);
-        WriteBytes(folder.File(std::wstring(own.begin(), own.end())), ProgramBytes({name(i + 1)}));
-    }
-    GMPEDepend depend;
+        folder.Write(L"chain" + std::to_wstring(i) + L".dll",
+                     ProgramBytes({"chain" + std::to_string(i + 1) + ".dll"}));
     EXPECT_EQ(std::size_t(length),
               depend.GetDependFiles(folder.File(L"chain0.dll"), L"", INT_MAX).size());
 }
@@ -82,51 +66,41 @@ TEST(GMPEDepend, WalksALongChain)
 TEST(GMPEDepend, SearchesPlaceByPlace)
 {
     TemporaryFolder const folders[4];
-    s_systemFolder = folders[2].Path();
-    s_windowsFolder = folders[3].Path();
-    ImportHook const systemHook("GetSystemDirectoryW", &GiveSystemFolder);
-    ImportHook const windowsHook("GetWindowsDirectoryW", &GiveWindowsFolder);
+    Stand<0>::s_folder = folders[2].Path();
+    Stand<1>::s_folder = folders[3].Path();
+    ImportHook const systemHook("GetSystemDirectoryW", &Stand<0>::Give);
+    ImportHook const windowsHook("GetWindowsDirectoryW", &Stand<1>::Give);
     std::wstring const root = folders[0].File(L"a.exe");
-    auto const find = [&](wchar_t const * name)
+    auto const find = [&](std::wstring const & name)
     { return GMPEDepend::GetDllFullPath(name, root, folders[1].Path()); };
 
     // Behind the four comes the search path, in which Windows has a folder with this program.
     for (TemporaryFolder const & folder : folders)
-        WriteBytes(folder.File(L"wmic.exe"), "");
+        folder.Write(L"wmic.exe");
     for (TemporaryFolder const & folder : folders)
     {
         EXPECT_EQ(folder.File(L"wmic.exe"), find(L"wmic.exe"));
         std::filesystem::remove(folder.File(L"wmic.exe"));
     }
-    std::wstring const found = find(L"wmic.exe");
-    EXPECT_TRUE(std::filesystem::path(found).is_absolute() && std::filesystem::exists(found));
-
+    std::filesystem::path const found = find(L"wmic.exe");
+    EXPECT_TRUE(found.is_absolute() && std::filesystem::exists(found));
     std::filesystem::create_directory(folders[1].File(L"v-folder.dll"));
     EXPECT_EQ(L"", find(L"v-folder.dll")); // folders aren't libraries
-}
 
-TEST(GMPEDepend, SearchesTheRuntimeFolderLast)
-{
-    TemporaryFolder const folder;
-    for (wchar_t const * const file :
-         {L"Microsoft.VC9990.CRT\\msvcr9990.dll", L"Microsoft.VC9990.CRT\\msvcp9990.dll",
-          L"Microsoft.VC9990.CRT\\msvcx9990.dll", L"Microsoft.VC0.CRT\\msvcr0.dll"})
-        folder.Write(file);
-    std::pair<wchar_t const *, bool> const cases[] = {{L"msvcr9990.dll", true},
-                                                      {L"msvcp9990.dll", true},
-                                                      {L"msvcx9990.dll", false},
-                                                      {L"msvcr0.dll", false},
-                                                      {L"msvcp.dll", false}};
-    std::wstring const root = folder.File(L"a.exe");
-    for (auto const & [name, isFound] : cases)
+    // The folder of the run time comes last.
+    std::pair<std::wstring, bool> const cases[] = {{L"Microsoft.VC9990.CRT\\msvcr9990.dll", true},
+                                                   {L"Microsoft.VC9990.CRT\\msvcp9990.dll", true},
+                                                   {L"Microsoft.VC9990.CRT\\msvcx9990.dll", false},
+                                                   {L"Microsoft.VC0.CRT\\msvcp.dll", false}};
+    for (auto const & [file, isFound] : cases)
     {
-        std::wstring const path = folder.File(L"Microsoft.VC9990.CRT\\") + name;
-        EXPECT_EQ(isFound ? path : L"", GMPEDepend::GetDllFullPath(name, root, folder.Path()));
-        EXPECT_EQ(L"", GMPEDepend::GetDllFullPath(name, L"a.exe", folder.Path()));
+        std::wstring const path = folders[0].Write(file);
+        std::wstring const name = file.substr(file.find(L'\\') + 1);
+        EXPECT_EQ(isFound ? path : L"", find(name));
+        EXPECT_EQ(L"", GMPEDepend::GetDllFullPath(name, L"a.exe", folders[1].Path()));
     }
-    folder.Write(L"msvcr9990.dll");
-    EXPECT_EQ(folder.File(L"msvcr9990.dll"),
-              GMPEDepend::GetDllFullPath(L"msvcr9990.dll", root, L""));
+    std::wstring const inWindows = folders[3].Write(L"msvcr9990.dll");
+    EXPECT_EQ(inWindows, find(L"msvcr9990.dll"));
 }
 
 TEST(GMPEDepend, TakesNamesWithinTheFileOnly)
@@ -141,8 +115,7 @@ TEST(GMPEDepend, TakesNamesWithinTheFileOnly)
         if (length > 260)
             expected[GMString(260, L'x')] = L"";
         EXPECT_EQ(expected,
-                  GMPEDepend().GetDependFiles(folder.Write(L"a.exe", AlignEnd(bytes)), L"", 1))
-            << length;
+                  GMPEDepend().GetDependFiles(folder.Write(L"a.exe", AlignEnd(bytes)), L"", 1));
     }
 }
 

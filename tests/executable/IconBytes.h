@@ -84,10 +84,8 @@ inline std::string GroupBytes(std::vector<WORD> const & ids, int claimed = -1)
 inline std::string AlignEnd(std::string bytes)
 {
     DWORD const padding = static_cast<DWORD>(4096 - bytes.size() % 4096) % 4096;
-    std::size_t const field = sectionsOffset + offsetof(IMAGE_SECTION_HEADER, PointerToRawData);
-    DWORD offset = 0;
-    std::memcpy(&offset, &bytes.at(field), sizeof(offset));
-    Place(bytes, field, offset + padding);
+    Place(bytes, sectionsOffset + offsetof(IMAGE_SECTION_HEADER, PointerToRawData),
+          static_cast<DWORD>(sectionOffset + padding));
     return bytes.insert(sectionOffset, padding, '\0');
 }
 
@@ -116,28 +114,25 @@ inline std::string IconProgramBytes(IconProgram const & program, std::size_t * t
     std::size_t const all = images + program.groups.size();
     std::size_t const leaves = program.LanguageTables() + 24 * all;
     std::wstring const & name = program.firstName;
+    std::size_t const named = name.empty() ? 0 : 1;
     std::string entries[2]; // of images, of groups
-    std::string languages;
-    std::string leafBytes;
-    std::string data;
+    std::string languages, leafBytes, data;
     for (std::size_t i = 0; i != all; ++i)
     {
         bool const isGroup = i >= images;
         std::string const & bytes = isGroup ? program.groups[i - images] : program.images[i];
-        entries[isGroup] += Raw(i == images && !name.empty() ? number(leaves + 16 * all) | tableBit
-                                                             : number(isGroup ? i - images : i) + 1,
+        entries[isGroup] += Raw(i == images && named != 0 ? number(leaves + 16 * all) | tableBit
+                                                          : number(isGroup ? i - images : i) + 1,
                                 number(program.LanguageTables() + 24 * i) | tableBit);
         languages += table(0, 1) + Raw(0x409, number(leaves + 16 * i));
         leafBytes += Raw(number(sectionRva + data.size()), number(bytes.size()), 0ull);
         data += bytes;
     }
-    std::size_t const named = name.empty() ? 0 : 1;
     std::string bytes = table(0, 2) +
                         Raw(3, 32 | tableBit, 14, number(program.GroupTable()) | tableBit) +
                         table(0, images) + entries[0] + table(named, all - images - named) +
                         entries[1] + languages + leafBytes + Raw(static_cast<WORD>(name.size()));
-    for (wchar_t const unit : name)
-        bytes += Raw(unit);
+    bytes.append(reinterpret_cast<char const *>(name.data()), name.size() * sizeof(wchar_t));
     std::string const file = AlignEnd(
         FileBytes(data + bytes, {{IMAGE_DIRECTORY_ENTRY_RESOURCE,
                                   {number(sectionRva + data.size()), number(bytes.size())}}}));

@@ -4,7 +4,6 @@
 #include "VelmoraCommon/executable/GMIconExtract.h"
 #include "tests/executable/IconBytes.h"
 #include "tests/support/ImportHook.h"
-#include "tests/support/TemporaryFolder.h"
 
 namespace Velmora::Testing
 {
@@ -42,11 +41,6 @@ inline std::size_t AskIconProgram(std::wstring const & path)
         DestroyIcon(extract.GetIcon(group, 0xFFFFFFFF));
     }
     return names.size() + numbers.size();
-}
-
-inline std::size_t AskProgramOf(TemporaryFolder const & folder, std::string const & bytes)
-{
-    return AskIconProgram(folder.Write(L"damaged.exe", bytes));
 }
 
 } // namespace Velmora::Testing

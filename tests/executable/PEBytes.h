@@ -18,6 +18,14 @@ void Place(std::string & bytes, std::size_t at, T const & value)
     std::memcpy(&bytes.at(at + sizeof(T) - 1) - (sizeof(T) - 1), &value, sizeof(T));
 }
 
+/// \p bytes with \p value put over those at \p at.
+template <class T>
+std::string Patched(std::string bytes, std::size_t at, T const & value)
+{
+    Place(bytes, at, value);
+    return bytes;
+}
+
 // The layout of the files below.
 constexpr DWORD ntOffset = 0x80;
 constexpr DWORD sectionsOffset = ntOffset + sizeof(IMAGE_NT_HEADERS32);
@@ -62,36 +70,32 @@ inline std::string FileBytes(std::string const & section,
 inline std::string ProgramBytes(std::vector<std::string> const & imports,
                                 std::vector<std::string> const & delayed = {})
 {
-    std::size_t const importSize = (imports.size() + 1) * sizeof(IMAGE_IMPORT_DESCRIPTOR);
-    std::size_t const delaySize = (delayed.size() + 1) * sizeof(IMAGE_DELAYLOAD_DESCRIPTOR);
+    auto const importSize =
+        static_cast<DWORD>((imports.size() + 1) * sizeof(IMAGE_IMPORT_DESCRIPTOR));
+    auto const delaySize =
+        static_cast<DWORD>((delayed.size() + 1) * sizeof(IMAGE_DELAYLOAD_DESCRIPTOR));
     std::string section(importSize + delaySize, '\0');
-    auto const addName = [&](std::string const & name)
-    {
-        section += name + '\0';
-        return static_cast<DWORD>(sectionRva + section.size() - name.size() - 1);
-    };
-    for (std::size_t i = 0; i < imports.size(); ++i)
+    std::vector<std::pair<int, IMAGE_DATA_DIRECTORY>> directories;
+    for (std::size_t i = 0; i != imports.size(); ++i)
     {
         IMAGE_IMPORT_DESCRIPTOR descriptor = {};
-        descriptor.Name = addName(imports[i]);
+        descriptor.Name = static_cast<DWORD>(sectionRva + section.size());
         descriptor.FirstThunk = sectionRva;
         Place(section, i * sizeof(descriptor), descriptor);
+        section += imports[i] + '\0';
     }
-    for (std::size_t i = 0; i < delayed.size(); ++i)
+    for (std::size_t i = 0; i != delayed.size(); ++i)
     {
         IMAGE_DELAYLOAD_DESCRIPTOR descriptor = {};
-        descriptor.DllNameRVA = addName(delayed[i]);
+        descriptor.DllNameRVA = static_cast<DWORD>(sectionRva + section.size());
         Place(section, importSize + i * sizeof(descriptor), descriptor);
+        section += delayed[i] + '\0';
     }
-
-    std::vector<std::pair<int, IMAGE_DATA_DIRECTORY>> directories;
     if (!imports.empty())
-        directories.push_back(
-            {IMAGE_DIRECTORY_ENTRY_IMPORT, {sectionRva, static_cast<DWORD>(importSize)}});
+        directories.push_back({IMAGE_DIRECTORY_ENTRY_IMPORT, {sectionRva, importSize}});
     if (!delayed.empty())
         directories.push_back(
-            {IMAGE_DIRECTORY_ENTRY_DELAY_IMPORT,
-             {static_cast<DWORD>(sectionRva + importSize), static_cast<DWORD>(delaySize)}});
+            {IMAGE_DIRECTORY_ENTRY_DELAY_IMPORT, {sectionRva + importSize, delaySize}});
     return FileBytes(section, directories);
 }
 
