@@ -60,7 +60,7 @@ ChildTask const
                                                        L"1.2", code == 0 ? L"" : L"e%s", code != 0,
                                                        &GMMemDumper::DefaultExceptHanler);
               if (code == 0)
-                  *reinterpret_cast<int volatile *>(std::stoul(L"0")) = 0;
+                  *reinterpret_cast<int volatile *>(std::stoul(L"16")) = 0;
               FailingCall<0, decltype(&LoadLibraryW)> const load("LoadLibraryW", nullptr);
               FailingCall<1, decltype(&GetTempFileNameW)> const name("GetTempFileNameW", 0);
               FailingCall<2, decltype(&CreateFileW)> const open("CreateFileW",

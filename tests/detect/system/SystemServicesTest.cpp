@@ -35,8 +35,10 @@ BOOL WINAPI GiveProperty(HDEVINFO, SP_DEVINFO_DATA *, DWORD, DWORD * type, BYTE 
     *type = s_type;
     *needed = DWORD(s_data.size() * sizeof(wchar_t));
     SetLastError(ERROR_INSUFFICIENT_BUFFER);
+    if (size == 0)
+        return FALSE;
     std::memcpy(buffer, s_data.data(), size);
-    return size != 0;
+    return TRUE;
 }
 
 std::wstring s_calls;
