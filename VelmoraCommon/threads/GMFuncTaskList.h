@@ -14,7 +14,9 @@ namespace Velmora
 ///
 /// The calls start in the order in which they were added; with one worker each ends before the next
 /// starts. What GMTaskList says of closing, of more than 64 waiting calls and of exceptions holds
-/// here. Destroying the list drops calls that haven't begun, so wait for those that matter.
+/// here. Destroying the list drops calls that haven't begun, so wait for those that matter: each gives
+/// back a place of a GMSemaphore of at most 64, which its AddFunc has taken, and who holds all places
+/// again knows that all is done.
 class VELMORA_API GMFuncTaskList : public GMTaskList
 {
 public:
