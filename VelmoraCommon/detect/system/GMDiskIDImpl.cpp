@@ -72,7 +72,8 @@ bool GMDiskIDImpl::LoadDiskInfo()
 
     m_records.clear();
     OSVERSIONINFOEXW version;
-    ReadSystemVersion(version);
+    if (!ReadSystemVersion(version))
+        return false;
     if (version.dwPlatformId == VER_PLATFORM_WIN32_NT)
     {
         ReadPhysicalDriveInNTWithAdminRights();
