@@ -24,11 +24,11 @@ bool StartsWith(unsigned char const * bytes, unsigned int count, unsigned char c
 
 constexpr std::size_t pieceSize = std::size_t(256) * 1024; // bytes
 
-/// Behind the last byte that is a character by itself in every code page that a text file has: in no such
-/// page a byte below "0" is a part of another character. 0 if there is none.
+/// Behind the last line end: in every code page that a text file has it is a character by itself, and those
+/// that shift begin anew there. 0 if there is none.
 std::size_t PlaceToCut(char const * bytes, std::size_t count)
 {
-    while (count != 0 && static_cast<unsigned char>(bytes[count - 1]) >= '0')
+    while (count != 0 && bytes[count - 1] != '\n')
         --count;
     return count;
 }
