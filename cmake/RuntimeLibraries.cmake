@@ -19,7 +19,10 @@ if(MINGW)
         set(stripped ${PROJECT_BINARY_DIR}/runtime/${dll})
         if(NOT EXISTS ${stripped} OR ${path} IS_NEWER_THAN ${stripped})
             execute_process(COMMAND ${CMAKE_STRIP} --strip-unneeded -o ${stripped} ${path}
-                COMMAND_ERROR_IS_FATAL ANY)
+                RESULT_VARIABLE code ERROR_QUIET)
+            if(NOT code EQUAL 0) # Clang's doesn't read all that GCC's linker writes
+                file(COPY_FILE ${path} ${stripped})
+            endif()
         endif()
         file(COPY ${stripped} DESTINATION ${PROJECT_BINARY_DIR}/bin)
         list(APPEND VELMORA_RUNTIME_LIBRARIES ${stripped})
