@@ -1,6 +1,5 @@
 // Crashes of child processes.
 #include <algorithm>
-#include <cstring>
 
 #include <gtest/gtest.h>
 
@@ -21,52 +20,37 @@ namespace
 {
 
 std::wstring const caption(60000, L'%');
-std::wstring s_report;
-
-/// In place of the system's, which takes seconds: notes whether the thread is the one that crashed.
-BOOL WINAPI FakeDump(HANDLE, DWORD, HANDLE, MINIDUMP_TYPE, MINIDUMP_EXCEPTION_INFORMATION * crash,
-                     MINIDUMP_USER_STREAM_INFORMATION *, MINIDUMP_CALLBACK_INFORMATION *)
-{
-    s_report = GetCurrentThreadId() == crash->ThreadId ? L"own " : L"other ";
-    return g_callToFail == 0 || ++g_callsSeen != g_callToFail;
-}
-
-FARPROC WINAPI FindFake(HMODULE module, char const * name)
-{
-    if (std::strcmp(name, "MiniDumpWriteDump") == 0)
-        return reinterpret_cast<FARPROC>(reinterpret_cast<void *>(&FakeDump));
-    return GetProcAddress(module, name);
-}
+DWORD s_crashed; // the thread
 
 /// In place of the reporter.
 HINSTANCE WINAPI NoteReport(HWND, wchar_t const *, wchar_t const * reporter, wchar_t const * line,
                             wchar_t const *, int)
 {
-    s_report += std::wstring(reporter) + L" " + line;
-    WriteBytes(L"report", {reinterpret_cast<char const *>(s_report.data()),
-                           s_report.size() * sizeof(wchar_t)});
+    std::wstring text = GetCurrentThreadId() == s_crashed ? L"own " : L"other ";
+    text += std::wstring(reporter) + L" " + line;
+    WriteBytes(L"report", {reinterpret_cast<char const *>(text.c_str()), text.size() * 2});
     return nullptr;
 }
 
-/// Crashes with the code \p argument: really if that is 0, and otherwise with a dump in name only.
-/// The last digit is the number of the call to fail; 5 and 0 stand for none.
+/// Crashes with the code \p argument, whose last digit is the number of the call to fail.
 ChildTask const
     crash(L"diagnostics-crash",
           [](std::wstring const & argument) -> int
           {
               DWORD const code = std::stoul(argument);
+              s_crashed = GetCurrentThreadId();
+              SetEnvironmentVariableW(L"TMP", L"."); // where the dumps lie
               ImportHook const shell("ShellExecuteW", &NoteReport);
-              GMMemDumperSingleton::Instance().Install(L"r%s", -7, code == 0 ? L"a b" : caption,
-                                                       L"1.2", code == 0 ? L"" : L"e%s", code != 0,
+              GMMemDumperSingleton::Instance().Install(L"r%s", -7, caption, L"1.2", L"e%s", true,
                                                        &GMMemDumper::DefaultExceptHanler);
-              if (code == 0)
-                  *reinterpret_cast<int volatile *>(std::stoul(L"16")) = 0;
               FailingCall<0, decltype(&LoadLibraryW)> const load("LoadLibraryW", nullptr);
-              FailingCall<1, decltype(&GetTempFileNameW)> const name("GetTempFileNameW", 0);
-              FailingCall<2, decltype(&CreateFileW)> const open("CreateFileW",
+              FailingCall<1, decltype(&GetProcAddress)> const find("GetProcAddress", nullptr);
+              FailingCall<2, decltype(&GetTempFileNameW)> const name("GetTempFileNameW", 0);
+              FailingCall<3, decltype(&CreateFileW)> const open("CreateFileW",
                                                                 INVALID_HANDLE_VALUE);
-              ImportHook const find("GetProcAddress", &FindFake);
               FailureScope const failure(code % 10);
+              if (code == EXCEPTION_ACCESS_VIOLATION)
+                  *reinterpret_cast<int volatile *>(std::stoul(L"16")) = 0;
               RaiseException(code, 0, 0, nullptr);
               return 0;
           });
@@ -76,7 +60,7 @@ std::wstring Crash(DWORD code)
 {
     std::wstring line = crash.CommandLine(std::to_wstring(code));
     WriteBytes(L"report", "");
-    EXPECT_EQ(code == 0 ? EXCEPTION_ACCESS_VIOLATION : code, RunProgram(line));
+    EXPECT_EQ(code, RunProgram(line));
     std::string const bytes = ReadBytes(L"report");
     std::wstring report(reinterpret_cast<wchar_t const *>(bytes.data()), bytes.size() / 2);
     std::replace(line.begin(), line.end(), L'"', L'\'');
@@ -90,55 +74,34 @@ TEST(GMMemDumper, ReportsACrashAndEndsTheProcess)
 {
     TemporaryFolder const folder;
     SetCurrentDirectoryW(folder.Path().c_str());
-    wchar_t temporary[MAX_PATH] = {};
-    GetEnvironmentVariableW(L"TMP", temporary, MAX_PATH);
-    SetEnvironmentVariableW(L"TMP", folder.Path().c_str()); // where the dumps lie
-    std::wstring report = Crash(0);
-    std::wstring const before = L"r%s -module=-7 -caption=a b -version=1.2 -dumpFile=\"";
-    std::wstring const after = L"\" -arguments=\"LINE\"";
-    ASSERT_EQ(before, report.substr(0, before.size()));
-    ASSERT_EQ(report.size() - after.size(), report.rfind(after));
-    report.resize(report.size() - after.size());
-    std::string const dump = ReadBytes(report.substr(before.size()));
-    auto const number = [&dump](std::size_t at)
-    {
-        DWORD value = 0;
-        dump.copy(reinterpret_cast<char *>(&value), sizeof value, at);
-        return value;
-    };
-    // At 12 the place of a directory with type, size and place of each stream.
-    std::size_t stream = number(12);
-    while (number(stream) != ExceptionStream && stream < dump.size() - sizeof(MINIDUMP_DIRECTORY))
-        stream += sizeof(MINIDUMP_DIRECTORY);
-    EXPECT_EQ("MDMP", dump.substr(0, 4));
-    EXPECT_EQ(EXCEPTION_ACCESS_VIOLATION, number(number(stream + 8) + 8));
-
-    std::wstring const begin = L"own r%s -module=-7 -caption=" + caption;
+    std::wstring const begin =
+        L"own r%s -module=-7 -caption=" + caption + L" -version=1.2 -dumpFile=\"";
     std::wstring const end = L"\" -arguments=\"LINE\" -exeFile=\"e%s\" -background";
-    report = Crash(0xE0000010);
-    EXPECT_EQ(begin, report.substr(0, begin.size()));
-    EXPECT_EQ(report.size() - end.size(), report.rfind(end));
+    std::wstring const report = Crash(EXCEPTION_ACCESS_VIOLATION);
+    ASSERT_EQ(begin, report.substr(0, begin.size()));
+    ASSERT_EQ(report.size() - end.size(), report.find(end));
+    std::string dump = ReadBytes(report.substr(begin.size(), report.find(end) - begin.size()));
+    MINIDUMP_DIRECTORY * directory;
+    MINIDUMP_EXCEPTION_STREAM * stream;
+    ASSERT_TRUE(MiniDumpReadDumpStream(dump.data(), ExceptionStream, &directory,
+                                       reinterpret_cast<void **>(&stream), nullptr));
+    EXPECT_EQ(EXCEPTION_ACCESS_VIOLATION, stream->ExceptionRecord.ExceptionCode);
+    EXPECT_EQ(L"other ", Crash(EXCEPTION_STACK_OVERFLOW).substr(0, 6));
     for (DWORD call = 1; call <= 4; ++call)
         EXPECT_EQ(L"", Crash(0xE0000010 + call));
-    EXPECT_EQ(L"other ", Crash(EXCEPTION_STACK_OVERFLOW).substr(0, 6));
     SetCurrentDirectoryW(L"C:\\");
-    SetEnvironmentVariableW(L"TMP", temporary);
 }
 
 TEST(GMMemDumper, CanBeTurnedOff)
 {
     RegistrySandbox const sandbox(HKEY_LOCAL_MACHINE);
-    GMMemDumper::Filter const filter = +[](_EXCEPTION_POINTERS *) WINAPI -> long { return 0; };
-    GMMemDumper::Filter const former = SetUnhandledExceptionFilter(nullptr);
     GMRegFile key;
     key.CreateKey(HKEY_LOCAL_MACHINE, L"Software\\CrashReporter", false);
     for (DWORD const number : {0, 1, 2})
     {
         key.SetValue(L"NoDump", number);
-        EXPECT_EQ(number != 1, GMMemDumper().Install(L"", 0, L"", L"", L"", false, filter));
-        EXPECT_EQ(number != 1 ? filter : nullptr, SetUnhandledExceptionFilter(nullptr));
+        EXPECT_EQ(number != 1, GMMemDumper().Install(L"", 0, L"", L"", L"", false, nullptr));
     }
-    SetUnhandledExceptionFilter(former);
 }
 
 } // namespace Velmora::Testing

@@ -1,9 +1,6 @@
 // Recordings made by the real hook, and files made by hand, played onto a real window.
 #include "VelmoraCommon/diagnostics/GMMouseRecorder.h"
 
-#include <string>
-#include <vector>
-
 #include <gtest/gtest.h>
 
 #include "VelmoraCommon/frame/internal/ScopedHandle.h"
@@ -18,11 +15,19 @@ namespace Velmora::Testing
 namespace
 {
 
-std::string const header = "XXMRF\0\0\0\0"s;
 constexpr wchar_t file[] = L"C:\\mouse-recorder-test.dat";
-constexpr DWORD longGap = 60000; // milliseconds; a test that waits for it has failed
-std::string s_calls;
+constexpr LONG longGap = 60000;           // milliseconds; a test that waits for it has failed
+std::string const header = "XXMRF\0abc"s; // only the first six bytes count
 HANDLE const s_signal = CreateEventW(nullptr, FALSE, FALSE, nullptr); // end or long gap
+std::string s_log; // what the system, the window and the callback were told
+
+void Note(std::string const & what, std::initializer_list<LONG> numbers)
+{
+    s_log += what;
+    for (LONG const number : numbers)
+        s_log += " " + std::to_string(number);
+    s_log += "; ";
+}
 
 HWND MakeWindow(int x, int y)
 {
@@ -33,35 +38,32 @@ HWND MakeWindow(int x, int y)
 // Made before any test: the system keeps keys open from a program's first window and mouse event on.
 HWND const s_window = (mouse_event(MOUSEEVENTF_MOVE, 1, 1, 0, 0), MakeWindow(110, 70));
 
-std::string Posted()
+void TakeMessages()
 {
-    std::string text;
     for (MSG message; PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE); DispatchMessageW(&message))
         if (message.message >= WM_USER || message.message == WM_LBUTTONDOWN)
-            text +=
-                " " + std::to_string(message.message) + "/" + std::to_string(DWORD(message.lParam));
-    return text;
+            Note("posted", {LONG(message.message), LONG(message.lParam)});
 }
 
-std::string Numbers(std::vector<DWORD> const & numbers)
+std::string Numbers(std::initializer_list<LONG> numbers)
 {
-    return {reinterpret_cast<char const *>(numbers.data()), numbers.size() * sizeof(DWORD)};
+    return {reinterpret_cast<char const *>(numbers.begin()), numbers.size() * sizeof(LONG)};
 }
 
-std::string Mouse(DWORD time, DWORD message, DWORD x, DWORD y)
+std::string Mouse(LONG time, LONG message, LONG x, LONG y)
 {
     return Numbers({10, 20, 19, 29, time, message, x, y});
 }
 
-std::string Journal(DWORD message, DWORD x, DWORD y, DWORD time)
+std::string Journal(LONG message, LONG x, LONG y, LONG time)
 {
-    return Numbers({110, 70, 119, 79, message, x, y, time, 0xFFFFFFFE});
+    return Numbers({110, 70, 119, 79, message, x, y, time, -2});
 }
 
 /// In place of the system's: a long gap lasts until the playback is stopped.
 void WINAPI FakeSleep(DWORD time)
 {
-    s_calls += "sleep " + std::to_string(time) + " ";
+    Note("sleep", {LONG(time)});
     ScopedKernelObject const stop(OpenEventW(SYNCHRONIZE, FALSE, L"MouseRecordExitEvent"));
     if (time == longGap && SetEvent(s_signal))
         WaitForSingleObject(stop.Get(), longGap);
@@ -69,38 +71,37 @@ void WINAPI FakeSleep(DWORD time)
 
 void WINAPI NoteMouseEvent(DWORD flags, DWORD x, DWORD y, DWORD data, ULONG_PTR)
 {
-    char text[64];
-    std::snprintf(text, sizeof text, "%lX,%lu ", flags, data);
-    s_calls += x == 32767 && y == 255 ? text : "elsewhere"; // of 1024 x 768
+    Note(x == 32767 && y == 255 ? "" : "elsewhere",
+         {LONG(flags & 0xFFF), LONG(data)}); // 1024 x 768
 }
 
 struct Watcher : IMouseRecorderPlayCallback
 {
-    std::string told;
     bool OnMouseMessage(HWND, unsigned long message, tagPOINT at) override
     {
-        told +=
-            std::to_string(message) + ":" + std::to_string(at.x) + "," + std::to_string(at.y) + " ";
+        Note("told", {LONG(message), at.x, at.y});
         return false;
     }
     void OnEnd(bool stopped) override
     {
-        told += stopped ? "stopped" : "end";
+        s_log += stopped ? "stopped; " : "end; ";
         SetEvent(s_signal);
     }
 };
 
-/// Plays \p bytes to their end, or to a long gap. \return the events of callback and window
+/// Plays \p bytes to their end, or to a long gap.
 std::string Play(std::string const & bytes)
 {
     Watcher watcher;
+    s_log.clear();
     WriteBytes(file, bytes);
-    ResetEvent(s_signal);
     if (!GMMouseRecorder::StartPlayback(s_window, &watcher))
         return "refused";
     WaitForSingleObject(s_signal, longGap);
     GMMouseRecorder::StopPlayback();
-    return watcher.told + Posted();
+    ResetEvent(s_signal);
+    TakeMessages();
+    return s_log;
 }
 
 } // namespace
@@ -114,43 +115,37 @@ TEST(GMMouseRecorder, RecordsUntilTheWindowIsGone)
     mouse_event(MOUSEEVENTF_ABSOLUTE | MOUSEEVENTF_MOVE, 32768, 16384, 0, 0);
     mouse_event(MOUSEEVENTF_LEFTDOWN, 0, 0, 0, 0);
     // The system hands the events to the hook while messages are taken, in its own time.
-    for (DWORD begin = GetTickCount();
-         ReadBytes(file).size() < 73 && GetTickCount() - begin < longGap;)
-        Posted();
+    for (int i = 0; ReadBytes(file).size() < 73 && i != 2000; ++i, Sleep(1))
+        TakeMessages();
     DestroyWindow(window);
     POINT at;
     GetCursorPos(&at);
     mouse_event(MOUSEEVENTF_LEFTUP, 0, 0, 0, 0);
-    EXPECT_EQ(" 2024/0", Posted());
+    s_log.clear();
+    TakeMessages();
+    EXPECT_EQ("posted 2024 0; ", s_log);
     EXPECT_FALSE(GMMouseRecorder::IsRecord());
     std::string const bytes = ReadBytes(file);
-    EXPECT_EQ(Mouse(0, WM_LBUTTONDOWN, DWORD(at.x), DWORD(at.y)).replace(16, 4, bytes, 57, 4),
-              bytes.substr(41));
-    std::string const moved = std::to_string(at.x + 100) + "," + std::to_string(at.y + 50);
-    EXPECT_NE(std::string::npos, Play(bytes).find("513:" + moved + " "));
+    EXPECT_EQ(Mouse(0, WM_LBUTTONDOWN, at.x, at.y).replace(16, 4, bytes, 57, 4), bytes.substr(41));
 }
 
 TEST(GMMouseRecorder, PlaysFilesOfEveryLength)
 {
     GMMouseRecorder::SetFileName(file);
     ImportHook const sleep("Sleep", &FakeSleep);
-    std::string const first = Mouse(1, WM_LBUTTONDOWN, 15, 30);
+    std::string const first = header + Mouse(1, WM_LBUTTONDOWN, 15, 30);
     std::string const last = Mouse(longGap + 1, WM_USER, 10, 20);
-    std::pair<std::string, std::string> const rows[] = {
-        {"XXMRF", "refused"},
-        {"XXMRG"s + header.substr(5), "refused"},
-        {"XXMRF\0abc"s + first, "513:115,80 end 513/655365"},
-        {header + first + last.substr(0, 31), "513:115,80 end 513/655365"},
-        {header + first + Mouse(0, WM_USER, 0xFFFFFFFF, 0x80000000),
-         "513:115,80 1024:99,-2147483598 end 513/655365 1024/4293722101"},
-        {header + first + last + first, "513:115,80 1024:110,70 stopped 513/655365 1024/0"},
-    };
-    s_calls.clear();
-    for (auto const & [bytes, events] : rows)
-        EXPECT_EQ(events, Play(bytes)) << bytes.size();
-    EXPECT_EQ("sleep 60000 ", s_calls); // each of the others comes at once
+    EXPECT_EQ("refused", Play("XXMRF"));
+    EXPECT_EQ("refused", Play("XXMRG\0\0\0\0"s + last));
+    EXPECT_EQ("told 513 115 80; end; posted 513 655365; ", Play(first + last.substr(0, 31)));
+    EXPECT_EQ("told 513 115 80; sleep 60000; told 1024 110 70; stopped; posted 513 655365; "
+              "posted 1024 0; ",
+              Play(first + last + last));
+    EXPECT_EQ("told 1024 99 -2147483598; told 1024 110 70; end; posted 1024 -1245195; "
+              "posted 1024 0; ", // the sums wrap, and an earlier event comes at once
+              Play(header + Mouse(9, WM_USER, -1, LONG_MIN) + Mouse(8, WM_USER, 10, 20)));
     ShowWindow(s_window, SW_HIDE);
-    EXPECT_EQ("end", Play(header + first));
+    EXPECT_EQ("end; ", Play(first));
     ShowWindow(s_window, SW_SHOW);
 }
 
@@ -158,44 +153,39 @@ TEST(GMMouseRecorder, JournalsAndPlaysAJournal)
 {
     GMMouseRecorder::SetFileName(file);
     ASSERT_TRUE(GMMouseRecorder::StartRecord(s_window, nullptr));
-    EVENTMSG event = {WM_LBUTTONDOWN, 3, 4, longGap, reinterpret_cast<HWND>(INT_PTR(-2))};
+    EVENTMSG event = {WM_LBUTTONDOWN, 512, 4, longGap, reinterpret_cast<HWND>(INT_PTR(-2))};
     GMMouseRecorder::JournalRecordProc(HC_ACTION, 0, LPARAM(&event));
-    GMMouseRecorder::JournalRecordProc(HC_SYSMODALON, 0, 0);
     GMMouseRecorder::StopRecord(true);
-    EXPECT_EQ(header + Journal(WM_LBUTTONDOWN, 3, 4, longGap), ReadBytes(file));
+    ASSERT_EQ(Journal(WM_LBUTTONDOWN, 512, 4, longGap), ReadBytes(file).substr(9));
 
     WriteBytes(file, ReadBytes(file) + Journal(WM_KEYDOWN, 5, 6, 0) + "rest");
     ASSERT_TRUE(GMMouseRecorder::StartJournalPlayback());
-    auto const ask = [&](int code)
-    { return GMMouseRecorder::JournalPlaybackProc(code, 0, LPARAM(&event)); };
     event = {};
-    EXPECT_NEAR(double(longGap), double(ask(HC_GETNEXT)), longGap / 2.0);
-    EXPECT_EQ(GMMouseRecorder::sm_dwStartTime + longGap, event.time);
-    ask(HC_GETNEXT); // the same until it is skipped
-    EXPECT_EQ(Journal(WM_LBUTTONDOWN, 3, 4, 0).substr(16),
-              Numbers({event.message, event.paramL, event.paramH, 0, HandleToULong(event.hwnd)}));
-    ask(HC_SKIP);
-    GMMouseRecorder::sm_dwStartTime -= 1;
-    EXPECT_EQ(0, ask(HC_GETNEXT)); // it is late
-    EXPECT_EQ(5u, event.paramL);
-    ask(HC_SKIP);
-    EXPECT_EQ(0, ask(HC_GETNEXT));
+    LRESULT waits[4];
+    for (LRESULT & wait : waits)
+    {
+        wait = GMMouseRecorder::JournalPlaybackProc(HC_GETNEXT, 0, LPARAM(&event));
+        if (&wait != waits) // the same until it is skipped
+            GMMouseRecorder::JournalPlaybackProc(HC_SKIP, 0, 0);
+        EXPECT_EQ(&wait < waits + 2 ? 512u : 5u, event.paramL);
+        --GMMouseRecorder::sm_dwStartTime;
+    }
+    EXPECT_TRUE(waits[0] > 0 && waits[0] <= longGap && waits[2] == 0 && waits[3] == 0);
     EXPECT_FALSE(GMMouseRecorder::IsPlayBack());
 
     std::string bytes = header + Journal(WM_USER, 9, 1, 70) + Journal(WM_USER, 8, 1, 40);
-    for (DWORD message = WM_MOUSEMOVE; message <= WM_MOUSEWHEEL; ++message)
+    for (LONG message = WM_MOUSEMOVE; message <= WM_MOUSEWHEEL; ++message)
         bytes += Journal(message, 512, 3, 50);
     WriteBytes(file, bytes + "rest");
-    s_calls.clear();
+    s_log.clear();
     ImportHook const sleep("Sleep", &FakeSleep);
     ImportHook const mouse("mouse_event", &NoteMouseEvent);
     ASSERT_TRUE(GMMouseRecorder::CheckFile());
     GMMouseRecorder::PlayWithEventFuncs(nullptr);
-    EXPECT_EQ(
-        "sleep 70 sleep 10 8001,0 8002,0 8004,0 8006,0 8006,0 8008,0 8010,0 8018,0 8018,0 8020,0 "
-        "8040,0 8060,0 8060,0 8800,120 ",
-        s_calls);
-    EXPECT_EQ(" 1024/9 1024/8", Posted());
+    TakeMessages();
+    EXPECT_EQ("sleep 70; sleep 10;  1 0;  2 0;  4 0;  6 0;  6 0;  8 0;  16 0;  24 0;  24 0;  32 0; "
+              " 64 0;  96 0;  96 0;  2048 120; posted 1024 9; posted 1024 8; ",
+              s_log);
     EXPECT_TRUE(DeleteFileW(file)); // it is closed
 }
 

@@ -8,6 +8,8 @@
 
 #include "VelmoraCommon/frame/internal/Com.h"
 
+#include <comdef.h>
+
 namespace Velmora::Testing
 {
 
@@ -56,45 +58,47 @@ struct Object
     static HRESULT WINAPI Get(Object * self, wchar_t const * name, long, VARIANT * value, long *,
                               long *)
     {
-        *value = self->properties[name];
-        if (value->vt == VT_BSTR)
-            value->bstrVal = SysAllocString(value->bstrVal);
-        else if (value->vt == VT_UNKNOWN)
-            ++s_references;
-        return self->properties.size() == 1 ? E_FAIL : S_OK;
+        return self->properties.empty() ? E_FAIL : VariantCopy(value, &self->properties[name]);
     }
 
-    Object & With(wchar_t const * name, VARTYPE type, void const * value)
-    {
-        properties[name].vt = type;
-        properties[name].byref = const_cast<void *>(value);
-        return *this;
-    }
-
+    static inline void * const functions[] = {
+        reinterpret_cast<void *>(&Query), reinterpret_cast<void *>(&Add),
+        reinterpret_cast<void *>(&Release), nullptr, reinterpret_cast<void *>(&Get)};
     void * const * table = functions;
-    std::map<std::wstring, VARIANT> properties;
-    static void * const functions[5];
+    std::map<std::wstring, _variant_t> properties;
 };
-void * const Object::functions[5] = {
-    reinterpret_cast<void *>(&Query), reinterpret_cast<void *>(&Add),
-    reinterpret_cast<void *>(&Release), nullptr, reinterpret_cast<void *>(&Get)};
+
+DWORD WINAPI CountUpAndDown(void * sink)
+{
+    for (int i = 0; i != 100000; ++i, static_cast<IUnknown *>(sink)->Release())
+        static_cast<IUnknown *>(sink)->AddRef();
+    return 0;
+}
 
 } // namespace
 
 TEST(GMProcessEventSink, TellsProcessesFromOtherObjects)
 {
-    Object o[7]; // the last one is broken
-    auto const number = reinterpret_cast<void *>(-7);
-    o[0].With(L"__Class", VT_BSTR, L"Win32_Process").With(L"Name", VT_BSTR, L"a");
-    o[0].With(L"ProcessID", VT_I4, number).With(L"CommandLine", VT_BSTR, L"c");
-    o[1].With(L"__Class", VT_BSTR, L"Win32_Process").With(L"ExecutablePath", VT_BSTR, L"b");
-    o[2].With(L"__Class", VT_BSTR, L"__InstanceCreationEvent")
-        .With(L"TargetInstance", VT_UNKNOWN, o);
-    o[3].With(L"__Class", VT_BSTR, L"__InstanceDeletionEvent");
-    o[3].With(L"TargetInstance", VT_UNKNOWN, o + 1);
-    o[4].With(L"__Class", VT_BSTR, L"__InstanceCreationEvent").With(L"TargetInstance", VT_I4, o);
-    o[5].With(L"__Class", VT_BSTR, L"win32_process");
-    void * objects[] = {o, o + 6, o + 4, o + 5, o + 1, o + 2, o + 3};
+    _variant_t const process(L"Win32_Process");
+    Object broken;
+    Object a;
+    a.properties = {
+        {L"__Class", process}, {L"Name", L"a"}, {L"ProcessID", -7L}, {L"CommandLine", L"c"}};
+    Object b;
+    b.properties = {{L"__Class", process}, {L"ExecutablePath", L"b"}};
+    Object lowerCase = b;
+    lowerCase.properties[L"__Class"] = L"win32_process";
+    Object made;
+    made.properties = {{L"__Class", L"__InstanceCreationEvent"},
+                       {L"TargetInstance", reinterpret_cast<IUnknown *>(&a)}};
+    Object gone;
+    gone.properties = {{L"__Class", L"__InstanceDeletionEvent"},
+                       {L"TargetInstance", reinterpret_cast<IUnknown *>(&b)}};
+    Object empty = made;
+    empty.properties[L"TargetInstance"] = 7L;
+    int const references = s_references;
+
+    Object * objects[] = {&a, &broken, &empty, &lowerCase, &b, &made, &gone};
     Listener listener;
     auto * const sink = new GMProcessEventSink(&listener);
     EXPECT_EQ(1u, sink->AddRef());
@@ -102,10 +106,19 @@ TEST(GMProcessEventSink, TellsProcessesFromOtherObjects)
     EXPECT_EQ(S_OK, sink->Indicate(7, reinterpret_cast<IWbemClassObject **>(objects)));
     EXPECT_EQ(L"4294967289a ,4294967289ac 0 ,0b +4294967289a +,4294967289ac -0 -,0b ",
               listener.heard);
-    EXPECT_EQ(0, s_references);
+    EXPECT_EQ(references, s_references);
     void * out = nullptr;
     EXPECT_EQ(E_NOINTERFACE, sink->QueryInterface(IID_IDispatch, &out));
     EXPECT_EQ(S_OK, sink->QueryInterface(IID_IWbemObjectSink, &out));
+    HANDLE others[4]; // each leaves the count as it was
+    for (HANDLE & other : others)
+        other =
+            CreateThread(nullptr, 0, &CountUpAndDown, static_cast<IUnknown *>(sink), 0, nullptr);
+    for (HANDLE const other : others)
+    {
+        WaitForSingleObject(other, INFINITE);
+        CloseHandle(other);
+    }
     EXPECT_EQ(1u, sink->Release());
     EXPECT_EQ(0u, sink->Release());
 }
