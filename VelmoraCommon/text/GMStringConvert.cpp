@@ -1,11 +1,11 @@
 #include "VelmoraCommon/text/GMStringConvert.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstddef>
 #include <cstring>
 #include <iterator>
 #include <memory>
-#include <utility>
 
 #include "VelmoraCommon/frame/WindowsApi.h"
 #include "VelmoraCommon/text/internal/Utf8.h"
@@ -19,15 +19,23 @@ namespace
 /// What a code page gets for a character that it lacks, unless the caller chooses.
 constexpr char defaultReplacement = '_';
 
-/// Elements of a short text, which is converted on the stack at once, without asking for its size.
+/// Elements of a text that is converted by way of the stack.
 constexpr std::size_t shortText = 256;
 
-// The two directions, which Convert() takes alike: by the system, and in UTF-8 also without it.
+// UTF-8 is cut into pieces, of which what comes stays in the processor's first caches. A piece's end may
+// part a character, of which it has three elements at most.
+constexpr std::size_t utf8Piece = std::size_t(16) * 1024;
+constexpr std::size_t longestCut = 3;
+
+// The two directions, which Convert() takes alike: by the system, and in UTF-8 also without it. Up to
+// mostUnmeasured elements, to convert into a block of the most that they can make takes half of the time
+// of asking for the size first; of longer texts the block would take too much.
 
 struct ToUtf16
 {
     using Result = GMString;
-    static constexpr std::size_t shortRoom = shortText; // a byte makes one unit at most
+    static constexpr std::size_t most = mostUnitsOfByte; // that a byte makes in most code pages
+    static constexpr std::size_t mostUnmeasured = std::size_t(512) * 1024;
     static constexpr std::size_t spareRoom = 0;
 
     char const * text;
@@ -35,11 +43,6 @@ struct ToUtf16
     unsigned int codePage;
 
     bool IsFast() const { return codePage == CP_UTF8; }
-    std::size_t FastSize() const { return CountUtf16Units(text, length); }
-    Utf8Progress FastConvert(wchar_t * to, std::size_t room) const
-    {
-        return DecodeUtf8(text, length, to, room);
-    }
 
     /// Converts from \p begin on, or measures for a null \p to; 0 on failure.
     int SystemConvert(std::size_t begin, wchar_t * to, std::size_t room) const
@@ -52,7 +55,8 @@ struct ToUtf16
 struct FromUtf16
 {
     using Result = GMStringA;
-    static constexpr std::size_t shortRoom = shortText * 3; // the most that a unit makes in UTF-8
+    static constexpr std::size_t most = mostBytesOfUnit; // that a unit makes in most code pages
+    static constexpr std::size_t mostUnmeasured = shortText;
     static constexpr std::size_t spareRoom = 8; // for replacements: without them it is measured
 
     wchar_t const * text;
@@ -62,11 +66,6 @@ struct FromUtf16
     bool & usedReplacement;
 
     bool IsFast() const { return codePage == CP_UTF8 && replacement == '\0'; }
-    std::size_t FastSize() const { return CountUtf8Bytes(text, length); }
-    Utf8Progress FastConvert(char * to, std::size_t room) const
-    {
-        return EncodeUtf8(text, length, to, room);
-    }
 
     /// Converts from \p begin on, or measures for a null \p to; 0 on failure.
     int SystemConvert(std::size_t begin, char * to, std::size_t room) const
@@ -82,82 +81,66 @@ struct FromUtf16
     }
 };
 
-/// Converts into \p room elements at \p to, in UTF-8 as far as possible without the system.
-/// \param written the elements of the result, which ends in front of its first NUL
-/// \return false on failure, as for want of room
-template <class Conversion, class Unit>
-bool ConvertInto(Unit * to, std::size_t room, Conversion const & conversion, std::size_t & written)
-{
-    Utf8Progress fast{};
-    if (conversion.IsFast())
-        fast = conversion.FastConvert(to, room);
-    written = fast.written;
-    if (fast.isWhole)
-        return true;
-
-    // UTF-8 can be cut between two characters: what follows doesn't depend on what was. The system
-    // is asked for the size, since it may take half a pair for success when the room ends there.
-    if (conversion.IsFast() &&
-        conversion.SystemConvert(fast.read, nullptr, 0) > static_cast<int>(room - written))
-        return false;
-    int const rest = conversion.SystemConvert(fast.read, to + written, room - written);
-    if (rest < 1)
-        return false;
-    written += LengthToNul(to + written, static_cast<std::size_t>(rest));
-    return true;
-}
-
-/// The same into a text of its own, which is allocated once.
+/// Appends what comes of the text without the system, by way of a block: that is faster than to measure
+/// the text, and the result is written once.
+/// \return how far it came: up to what isn't valid, or to the end, which a NUL is, too
 template <class Conversion>
-bool ConvertSized(Conversion const & conversion, std::size_t size,
-                  typename Conversion::Result & result)
+std::size_t AppendUtf8(Conversion const & conversion, typename Conversion::Result & result)
 {
-    if (size > INT_MAX)
-        return false;
-    typename Conversion::Result text(size, 0);
-    std::size_t written;
-    if (!ConvertInto(text.data(), size, conversion, written))
-        return false;
-    text.resize(written);
-    result = std::move(text);
-    return true;
+    using Unit = typename Conversion::Result::value_type;
+    Unit shortBlock[shortText * Conversion::most + 1];
+    std::unique_ptr<Unit[]> longBlock;
+    std::size_t pieceLength = shortText;
+    if (conversion.length > shortText)
+    {
+        pieceLength = std::min(conversion.length, utf8Piece);
+        longBlock.reset(new Unit[pieceLength * Conversion::most + 1]); // not zeroed
+    }
+    Unit * const block = longBlock ? longBlock.get() : shortBlock;
+    std::size_t at = 0;
+    while (at != conversion.length)
+    {
+        std::size_t const piece = std::min(conversion.length - at, pieceLength);
+        Utf8Progress const fast = ConvertUtf8(conversion.text + at, piece, block);
+        bool const isCut = fast.read != 0 && piece - fast.read <= longestCut;
+        if (isCut && at == 0 && piece != conversion.length)
+            result.reserve(fast.written * (conversion.length / piece + 1)); // more of the same
+        result.append(block, fast.written);
+        at += fast.read;
+        if (fast.read != piece && conversion.text[at] == 0)
+            return conversion.length;
+        if (!isCut)
+            return at;
+    }
+    return at;
 }
 
+/// Appends what the system makes of the text from \p begin on, up to its first NUL. In UTF-8 that may be
+/// the middle: what follows a character doesn't depend on it.
 template <class Conversion>
-bool ConvertShort(Conversion const & conversion, typename Conversion::Result & result)
+bool AppendBySystem(Conversion const & conversion, std::size_t begin,
+                    typename Conversion::Result & result)
 {
-    typename Conversion::Result::value_type buffer[Conversion::shortRoom];
-    std::size_t written;
-    if (!ConvertInto(buffer, Conversion::shortRoom, conversion, written))
+    using Unit = typename Conversion::Result::value_type;
+    std::size_t const length = conversion.length - begin;
+    if (length <= Conversion::mostUnmeasured)
+    {
+        std::size_t const room = length * Conversion::most;
+        std::unique_ptr<Unit[]> const block(new Unit[room]); // not zeroed
+        int const written = conversion.SystemConvert(begin, block.get(), room);
+        result.append(block.get(), LengthToNul(block.get(), static_cast<std::size_t>(written)));
+        if (written >= 1)
+            return true;
+    }
+    int const size = conversion.SystemConvert(begin, nullptr, 0);
+    if (size < 1)
         return false;
-    result.assign(buffer, written);
-    return true;
-}
-
-/// Where each byte makes one unit at most, a text of some size needn't be measured: converting it into a
-/// block of that many takes half of the time. Of a longer text the block would take too much of its own.
-bool ConvertBounded(ToUtf16 const & conversion, GMString & result)
-{
-    constexpr std::size_t mostBytes = std::size_t(512) * 1024;
-    if (conversion.length > mostBytes)
-        return false;
-    std::unique_ptr<wchar_t[]> const block(new wchar_t[conversion.length]); // not zeroed
-    std::size_t written;
-    if (!ConvertInto(block.get(), conversion.length, conversion, written))
-        return false;
-    result.assign(block.get(), written);
-    return true;
-}
-
-/// How many bytes a unit makes depends on the code page.
-bool ConvertBounded(FromUtf16 const &, GMStringA &) { return false; }
-
-template <class Conversion>
-bool ConvertMeasured(Conversion const & conversion, typename Conversion::Result & result)
-{
-    int const size = conversion.SystemConvert(0, nullptr, 0);
-    return size >= 1 &&
-           ConvertSized(conversion, static_cast<std::size_t>(size) + Conversion::spareRoom, result);
+    std::size_t const room = static_cast<std::size_t>(size) + Conversion::spareRoom;
+    std::size_t const before = result.length();
+    result.resize(before + room);
+    int const written = conversion.SystemConvert(begin, &result[before], room);
+    result.resize(before + LengthToNul(&result[before], static_cast<std::size_t>(written)));
+    return written >= 1;
 }
 
 /// \param ok false when the conversion failed, also for an empty text and for one that is longer
@@ -167,10 +150,13 @@ template <class Conversion>
 typename Conversion::Result Convert(Conversion const & conversion, bool & ok)
 {
     typename Conversion::Result result;
-    ok = conversion.length >= 1 && conversion.length <= INT_MAX &&
-         ((conversion.length <= shortText && ConvertShort(conversion, result)) ||
-          (conversion.IsFast() && ConvertSized(conversion, conversion.FastSize(), result)) ||
-          ConvertBounded(conversion, result) || ConvertMeasured(conversion, result));
+    ok = conversion.length >= 1 && conversion.length <= INT_MAX;
+    if (!ok)
+        return result;
+    std::size_t const begin = conversion.IsFast() ? AppendUtf8(conversion, result) : 0;
+    ok = begin == conversion.length || AppendBySystem(conversion, begin, result);
+    if (!ok)
+        result.clear();
     return result;
 }
 

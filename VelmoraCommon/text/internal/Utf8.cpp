@@ -58,7 +58,6 @@ __m128i Select(__m128i condition, __m128i yes, __m128i no) noexcept
 }
 
 constexpr std::ptrdiff_t blockUnits = blockSize / 2;
-constexpr std::ptrdiff_t blockRoom = 3 * blockUnits + 1; // in bytes, for as many units
 
 /// Encodes eight units, neither 0 nor surrogates, without asking what each is: runs of letters and of
 /// Chinese characters change too often to be guessed. \return the end of what counts
@@ -88,12 +87,11 @@ char * EncodeBlock(char * to, __m128i units) noexcept
 }
 
 /// Whether the block that ends with the text at \p end can be looked at in place of the rest from
-/// \p from on, and what it makes has room. What of it is known already is made again.
-template <class From, class To>
-bool HasLastBlock(From const * begin, From const * from, From const * end, To const * to,
-                  To const * room) noexcept
+/// \p from on. What of it is known already is made again.
+template <class From>
+bool HasLastBlock(From const * begin, From const * from, From const * end) noexcept
 {
-    return end - from < blockSize && end - begin >= blockSize && end - from <= room - to;
+    return end - from < blockSize && end - begin >= blockSize;
 }
 
 /// Sixteen units as bytes; all above FF become 00 or FF.
@@ -102,53 +100,21 @@ __m128i Pack(wchar_t const * units) noexcept
     return _mm_packus_epi16(LoadBlock(units), LoadBlock(units + blockUnits));
 }
 
-constexpr std::ptrdiff_t groupSize = 8 * blockSize;
-
-/// Sums up the numbers that \p count makes of the bytes of each block. The last block is filled up with
-/// \p filler. A group without any of the bits of \p special comes to \p plain, uncounted.
-template <class Count>
-std::size_t SumOfBlocks(void const * bytes, std::size_t length, int filler, short special,
-                        std::size_t plain, Count count) noexcept
+template <class Unit>
+std::size_t FindNul(Unit const * text, std::size_t length) noexcept
 {
-    auto const * from = static_cast<char const *>(bytes);
-    auto const * const end = from + length;
-    __m128i sums = _mm_setzero_si128();
-    auto const add = [&sums, count](void const * block)
-    { sums = _mm_add_epi64(sums, _mm_sad_epu8(count(LoadBlock(block)), _mm_setzero_si128())); };
-    std::size_t total = 0;
-    for (; end - from >= groupSize; from += groupSize)
-    {
-        __m128i all = LoadBlock(from);
-        for (std::ptrdiff_t i = blockSize; i != groupSize; i += blockSize)
-            all = _mm_or_si128(all, LoadBlock(from + i));
-        __m128i const found = _mm_and_si128(all, _mm_set1_epi16(special));
-        if (IsAllTrue(_mm_cmpeq_epi8(found, _mm_setzero_si128())))
-        {
-            total += plain;
-            continue;
-        }
-        for (std::ptrdiff_t i = 0; i != groupSize; i += blockSize)
-            add(from + i);
-    }
-    for (; end - from >= blockSize; from += blockSize)
-        add(from);
-    char rest[blockSize];
-    std::memset(rest, filler, sizeof rest);
-    std::memcpy(rest, from, static_cast<std::size_t>(end - from));
-    add(rest);
-    std::uint64_t halves[2];
-    StoreBlock(halves, sums);
-    return total + static_cast<std::size_t>(halves[0] + halves[1]);
-}
-
-template <class Unit, class IsNul>
-std::size_t FindNul(Unit const * text, std::size_t length, IsNul isNul) noexcept
-{
+    constexpr std::ptrdiff_t step = blockSize / sizeof(Unit);
+    __m128i const zero = _mm_setzero_si128();
     Unit const * const end = text + length;
     Unit const * at = text;
-    constexpr std::ptrdiff_t step = blockSize / sizeof(Unit);
-    while (end - at >= step && _mm_movemask_epi8(isNul(LoadBlock(at))) == 0)
-        at += step;
+    for (; end - at >= step; at += step)
+    {
+        __m128i const block = LoadBlock(at);
+        __m128i const isNul =
+            sizeof(Unit) == 1 ? _mm_cmpeq_epi8(block, zero) : _mm_cmpeq_epi16(block, zero);
+        if (_mm_movemask_epi8(isNul) != 0)
+            break;
+    }
     return static_cast<std::size_t>(std::find(at, end, Unit()) - text);
 }
 
@@ -156,24 +122,20 @@ bool IsContinuation(unsigned int byte) noexcept { return (byte & 0xC0) == 0x80; 
 
 bool IsSurrogate(unsigned int unit) noexcept { return (unit & 0xF800) == 0xD800; }
 
-bool IsHighSurrogate(unsigned int unit) noexcept { return (unit & 0xFC00) == 0xD800; }
-
 bool IsLowSurrogate(unsigned int unit) noexcept { return (unit & 0xFC00) == 0xDC00; }
 
 } // namespace
 
-Utf8Progress DecodeUtf8(char const * bytes, std::size_t length, wchar_t * units,
-                        std::size_t room) noexcept
+Utf8Progress ConvertUtf8(char const * bytes, std::size_t length, wchar_t * units) noexcept
 {
     auto const * const begin = reinterpret_cast<unsigned char const *>(bytes);
     auto const * const end = begin + length;
-    wchar_t * const unitsEnd = units + room;
     auto const * from = begin;
     wchar_t * to = units;
-    auto const progress = [&](bool isWhole)
+    auto const progress = [&]
     {
         return Utf8Progress{static_cast<std::size_t>(from - begin),
-                            static_cast<std::size_t>(to - units), isWhole};
+                            static_cast<std::size_t>(to - units)};
     };
 
     while (from != end)
@@ -182,7 +144,7 @@ Utf8Progress DecodeUtf8(char const * bytes, std::size_t length, wchar_t * units,
         {
             // A block is written whole, and what isn't ASCII in it doesn't count. A blank alone isn't
             // worth one.
-            while (end - from >= blockSize && from[1] < 0x80 && unitsEnd - to >= blockSize)
+            while (end - from >= blockSize && from[1] < 0x80)
             {
                 __m128i const block = LoadBlock(from);
                 StoreBlock(to, _mm_unpacklo_epi8(block, _mm_setzero_si128()));
@@ -197,8 +159,7 @@ Utf8Progress DecodeUtf8(char const * bytes, std::size_t length, wchar_t * units,
                 from += blockSize; // known before the length is
                 to += blockSize;
             }
-            if (HasLastBlock(begin, from, end, to, unitsEnd) &&
-                IsAllTrue(IsAscii(LoadBlock(end - blockSize))))
+            if (HasLastBlock(begin, from, end) && IsAllTrue(IsAscii(LoadBlock(end - blockSize))))
             {
                 __m128i const block = LoadBlock(end - blockSize);
                 to += end - from;
@@ -209,14 +170,14 @@ Utf8Progress DecodeUtf8(char const * bytes, std::size_t length, wchar_t * units,
             if (from == end || *from >= 0x80)
                 continue;
             if (*from == 0)
-                return progress(true);
+                return progress();
             *to++ = static_cast<wchar_t>(*from++);
             continue;
         }
         if (*from - 0xC2u < 0xE0 - 0xC2) // C0 and C1 would only lengthen ASCII
         {
             if (end - from < 2 || !IsContinuation(from[1]))
-                return progress(false);
+                return progress();
             *to++ = static_cast<wchar_t>((*from & 0x1F) << 6 | (from[1] & 0x3F));
             from += 2;
             continue;
@@ -236,17 +197,17 @@ Utf8Progress DecodeUtf8(char const * bytes, std::size_t length, wchar_t * units,
             continue; // the run has ended
         int const more = lead < 0xF0 ? 2 : 3;
         if (lead < 0xE0 || lead > 0xF4 || end - from <= more) // or 80 to BF, which can't come first
-            return progress(false);
+            return progress();
         c = lead & 0x3Fu >> more;
         for (int i = 1; i <= more; ++i)
         {
             if (!IsContinuation(from[i]))
-                return progress(false);
+                return progress();
             c = c << 6 | (from[i] & 0x3Fu);
         }
         std::uint32_t const least = more == 2 ? 0x800 : 0x10000;
         if (c < least || c > 0x10FFFF || c >> 11 == 0xD800 >> 11)
-            return progress(false);
+            return progress();
         from += more + 1;
         if (more == 3)
         {
@@ -255,26 +216,23 @@ Utf8Progress DecodeUtf8(char const * bytes, std::size_t length, wchar_t * units,
         }
         *to++ = static_cast<wchar_t>(c);
     }
-    return progress(true);
+    return progress();
 }
 
-Utf8Progress EncodeUtf8(wchar_t const * units, std::size_t length, char * bytes,
-                        std::size_t room) noexcept
+Utf8Progress ConvertUtf8(wchar_t const * units, std::size_t length, char * bytes) noexcept
 {
     wchar_t const * const end = units + length;
-    char * const bytesEnd = bytes + room;
     wchar_t const * from = units;
     char * to = bytes;
-    auto const progress = [&](bool isWhole)
+    auto const progress = [&]
     {
         return Utf8Progress{static_cast<std::size_t>(from - units),
-                            static_cast<std::size_t>(to - bytes), isWhole};
+                            static_cast<std::size_t>(to - bytes)};
     };
 
     auto const goOnInAscii = [&]
     {
-        for (auto pairs = std::min(end - from, bytesEnd - to) / (2 * blockSize); pairs != 0;
-             --pairs)
+        for (auto pairs = (end - from) / (2 * blockSize); pairs != 0; --pairs)
         {
             __m128i const first = Pack(from);
             __m128i const second = Pack(from + blockSize);
@@ -285,8 +243,7 @@ Utf8Progress EncodeUtf8(wchar_t const * units, std::size_t length, char * bytes,
             from += 2 * blockSize;
             to += 2 * blockSize;
         }
-        if (HasLastBlock(units, from, end, to, bytesEnd) &&
-            IsAllTrue(IsAscii(Pack(end - blockSize))))
+        if (HasLastBlock(units, from, end) && IsAllTrue(IsAscii(Pack(end - blockSize))))
         {
             to += end - from;
             StoreBlock(to - blockSize, Pack(end - blockSize));
@@ -297,7 +254,7 @@ Utf8Progress EncodeUtf8(wchar_t const * units, std::size_t length, char * bytes,
     goOnInAscii();
     while (from != end)
     {
-        if (end - from >= blockUnits && bytesEnd - to >= blockRoom)
+        if (end - from >= blockUnits)
         {
             __m128i const block = LoadBlock(from);
             __m128i const isNul = _mm_cmpeq_epi16(block, _mm_setzero_si128());
@@ -314,12 +271,12 @@ Utf8Progress EncodeUtf8(wchar_t const * units, std::size_t length, char * bytes,
         }
         unsigned int const unit = *from;
         if (unit == 0)
-            return progress(true);
+            return progress();
         std::uint32_t c = unit;
         if (IsSurrogate(unit))
         {
-            if (!IsHighSurrogate(unit) || end - from < 2 || !IsLowSurrogate(from[1]))
-                return progress(false);
+            if (IsLowSurrogate(unit) || end - from < 2 || !IsLowSurrogate(from[1]))
+                return progress();
             c = 0x10000 + ((unit & 0x3FF) << 10) + (from[1] & 0x3FFu);
             ++from;
         }
@@ -330,45 +287,17 @@ Utf8Progress EncodeUtf8(wchar_t const * units, std::size_t length, char * bytes,
         for (int shift = 6 * more; shift != 0;)
             *to++ = static_cast<char>(0x80 | (c >> (shift -= 6) & 0x3F));
     }
-    return progress(true);
+    return progress();
 }
 
 std::size_t LengthToNul(char const * bytes, std::size_t length) noexcept
 {
-    return FindNul(bytes, length,
-                   [](__m128i block) { return _mm_cmpeq_epi8(block, _mm_setzero_si128()); });
+    return FindNul(bytes, length);
 }
 
 std::size_t LengthToNul(wchar_t const * units, std::size_t length) noexcept
 {
-    return FindNul(units, length,
-                   [](__m128i block) { return _mm_cmpeq_epi16(block, _mm_setzero_si128()); });
-}
-
-std::size_t CountUtf16Units(char const * bytes, std::size_t length) noexcept
-{
-    // Each byte but 80 to BF, which lie up to -65 as signed ones, begins a character; those of F0 and
-    // above need two units. A true comparison is -1.
-    return SumOfBlocks(bytes, length, 0x80, static_cast<short>(0x8080), groupSize,
-                       [](__m128i block)
-                       {
-                           __m128i const begins = _mm_cmpgt_epi8(block, _mm_set1_epi8(-65));
-                           __m128i const isLong =
-                               _mm_cmpeq_epi8(_mm_max_epu8(block, _mm_set1_epi8(-16)), block);
-                           return _mm_sub_epi8(_mm_setzero_si128(), _mm_add_epi8(begins, isLong));
-                       });
-}
-
-std::size_t CountUtf8Bytes(wchar_t const * units, std::size_t length) noexcept
-{
-    // One for each, one more above 7F and above 7FF, but two for each half of a pair. What is true is -1.
-    return length + SumOfBlocks(units, length * sizeof(wchar_t), 0, static_cast<short>(0xFF80), 0,
-                                [](__m128i block)
-                                {
-                                    return _mm_sub_epi16(
-                                        AreSurrogates(block),
-                                        _mm_add_epi16(IsAbove(block, 0x7F), IsAbove(block, 0x7FF)));
-                                });
+    return FindNul(units, length);
 }
 
 } // namespace Velmora
