@@ -1,7 +1,7 @@
 #include "tests/support/RegistrySnapshot.h"
 
-#include <algorithm>
 #include <map>
+#include <set>
 #include <vector>
 
 #include "VelmoraCommon/frame/internal/ScopedHandle.h"
@@ -17,29 +17,22 @@ namespace
 void AppendValues(HKEY key, std::string & out)
 {
     std::map<std::wstring, std::string> lines;
-    std::vector<wchar_t> name(16384);
-    std::vector<unsigned char> data(1 << 16);
-    for (DWORD index = 0;;)
+    static std::vector<wchar_t> name(16384);
+    static std::vector<unsigned char> data(1 << 21);
+    DWORD type = 0;
+    for (DWORD index = 0;; ++index)
     {
-        DWORD nameLength = static_cast<DWORD>(name.size());
-        DWORD size = static_cast<DWORD>(data.size());
-        DWORD type = 0;
+        auto length = static_cast<DWORD>(name.size());
+        auto size = static_cast<DWORD>(data.size());
         LSTATUS const code =
-            RegEnumValueW(key, index, name.data(), &nameLength, nullptr, &type, data.data(), &size);
-        if (code == ERROR_MORE_DATA)
-        {
-            data.resize(data.size() * 2);
-            continue;
-        }
-        if (code != ERROR_SUCCESS)
+            RegEnumValueW(key, index, name.data(), &length, nullptr, &type, data.data(), &size);
+        if (code == ERROR_NO_MORE_ITEMS)
             break;
-        std::wstring const text(name.data(), nameLength);
-        lines[text] = "  \"" + GMStringConvert::GMStringToUtf8(text) + "\" type " +
-                      std::to_string(type) + ": " + Hex(data.data(), size) + "\n";
-        ++index;
+        std::wstring const text(name.data(), length);
+        lines[text] = code == 0 ? std::to_string(type) + ": " + Hex(data.data(), size) : "too long";
     }
     for (auto const & [text, line] : lines)
-        out += line;
+        out += "  \"" + GMStringConvert::GMStringToUtf8(text) + "\" type " + line + "\n";
 }
 
 void AppendKey(HKEY root, std::wstring const & path, std::wstring const & shown, REGSAM view,
@@ -57,19 +50,10 @@ void AppendKey(HKEY root, std::wstring const & path, std::wstring const & shown,
     out += "\n";
     AppendValues(key.Get(), out);
 
-    std::vector<std::wstring> names;
+    std::set<std::wstring> names;
     wchar_t name[256];
-    for (DWORD index = 0;; ++index)
-    {
-        DWORD length = 256;
-        if (RegEnumKeyExW(key.Get(), index, name, &length, nullptr, nullptr, nullptr, nullptr) !=
-            ERROR_SUCCESS)
-        {
-            break;
-        }
-        names.emplace_back(name, length);
-    }
-    std::sort(names.begin(), names.end());
+    for (DWORD index = 0; RegEnumKeyW(key.Get(), index, name, 256) == ERROR_SUCCESS; ++index)
+        names.insert(name);
     for (std::wstring const & each : names)
         AppendKey(key.Get(), each, shown + L"\\" + each, view, out);
 }
