@@ -106,7 +106,7 @@ std::vector<Case> Cases()
 TEST(HostileFiles, AreAskedWithoutHarm)
 {
     TemporaryFolder const folder;
-    Mutator<char> mutator(11);
+    Mutator mutator(11);
     for (Case const & each : Cases())
     {
         SCOPED_TRACE(each.what);

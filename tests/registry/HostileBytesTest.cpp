@@ -126,7 +126,7 @@ TEST(HostileBytes, AreReadWithoutHarm)
         EXPECT_EQ(each.isWholeOnly, read(each.sound) && each.isWholeOnly);
         for (std::size_t size = 0; size < each.sound.size() && !HasFailure(); ++size)
             EXPECT_FALSE(read(each.sound.substr(0, size)) && each.isWholeOnly) << size;
-        Mutator<char> mutator(4711, each.words);
+        Mutator mutator(4711, each.words);
         for (unsigned int i = Rounds(20'000, 1'000'000); i != 0 && !HasFailure(); --i)
             read(mutator.Mutate(each.sound));
     }
