@@ -128,4 +128,22 @@ TEST(GMProcessShell, LeavesNothingBehindAFailedStart)
         });
 }
 
+TEST(GMProcessShell, LosesNothingByACallThatFails)
+{
+    FailingCall<3, decltype(&::PeekNamedPipe)> const peek("PeekNamedPipe", FALSE);
+    FailingCall<4, decltype(&::ReadFile)> const read("ReadFile", FALSE);
+    FailingCall<5, decltype(&::WaitForSingleObject)> const wait("WaitForSingleObject", WAIT_FAILED);
+    unsigned int const before = HandleCount();
+    for (unsigned int call = 1; call <= 6; ++call) // the first looks, when the child has only begun
+    {
+        GMProcessShell shell(L"", L"cmd.exe /c echo text");
+        std::string out, err;
+        ASSERT_TRUE(shell.Start(""));
+        FailureScope const failure(call);
+        EXPECT_TRUE(shell.ReadJoin(out, err, patience)) << call;
+        EXPECT_EQ("text\r\n", out) << call;
+    }
+    EXPECT_EQ(before, HandleCount());
+}
+
 } // namespace Velmora::Testing

@@ -4,7 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/ImportHook.h"
+#include "tests/support/FailingCall.h"
+#include "tests/support/HandleCount.h"
 #include "tests/support/TemporaryFolder.h"
 
 #include <shlobj.h>
@@ -175,6 +176,40 @@ TEST(GMQuickLaunch, AsksTheInstaller)
         EXPECT_EQ(there, links.ParseMsiLinkFile(L"x.lnk", target));
         EXPECT_EQ(there ? L"{component}" : L"old", target);
     }
+}
+
+TEST(GMQuickLaunch, TellsCallsThatFail)
+{
+    TemporaryFolder const folder;
+    GMQuickLaunch links;
+    std::wstring const link = folder.File(L"a.lnk");
+    auto const write = [&]
+    { return links.CreateQuickLaunch(L"C:\\a.exe", L"", L"", link, L"", 0, nullptr, true); };
+    ASSERT_TRUE(write());
+    GMString target;
+    ASSERT_TRUE(links.ParseLinkFile(link, target));
+    FailingCall<0, decltype(&::CoCreateInstance)> const create("CoCreateInstance", E_OUTOFMEMORY);
+    FailingCall<1, decltype(&::CreateFileW)> const open("CreateFileW", INVALID_HANDLE_VALUE);
+    FailingCall<2, decltype(&::GetFileSize)> const size("GetFileSize", INVALID_FILE_SIZE);
+    FailingCall<3, decltype(&::ReadFile)> const read("ReadFile", FALSE);
+    unsigned int const before = HandleCount();
+    FailEachCall(
+        [&](unsigned int call)
+        {
+            FailureScope const failure(call);
+            EXPECT_EQ(call > 1, write());
+        });
+    unsigned int const calls = FailEachCall(
+        [&](unsigned int call)
+        {
+            FailureScope const failure(call);
+            target = L"old";
+            bool const isRead = links.ParseLinkFile64(link, target);
+            EXPECT_EQ(g_callsSeen < call, isRead) << call;
+            EXPECT_EQ(isRead ? L"C:\\a.exe" : L"old", target);
+        });
+    EXPECT_EQ(3u, calls);
+    EXPECT_EQ(before, HandleCount());
 }
 
 } // namespace Velmora::Testing

@@ -353,6 +353,39 @@ TEST(GMShellUtils, TakesVariablesFromTheRegistry)
     EXPECT_STREQ(L"C:\\user;C:\\machine", value);
     SetEnvironmentVariableW(L"PATH", path.c_str());
     EXPECT_FALSE(GMShellUtils::RefreshProcessEnvironment(L"Velmora_D"));
+
+    GMRegFile key; // texts without an end and without any unit
+    key.OpenKey(HKEY_LOCAL_MACHINE, environment, KEY_ALL_ACCESS, false);
+    for (auto const & [size, text] : {std::pair(4, L"xx"), {0, L""}})
+    {
+        RegSetValueExW(key.GetKey(), L"Velmora_C", 0, REG_SZ, reinterpret_cast<BYTE const *>(L"xx"),
+                       DWORD(size));
+        GMShellUtils::RefreshProcessEnvironment(L"Velmora_C");
+        value[GetEnvironmentVariableW(L"VELMORA_C", value, 100)] = L'\0';
+        EXPECT_STREQ(text, value) << size;
+    }
+}
+
+TEST(GMShellUtils, TellsWindowsOfTheEnvironmentInSpiteOfAHungOne)
+{
+    HANDLE const events[] = {CreateEventW(nullptr, TRUE, FALSE, nullptr),
+                             CreateEventW(nullptr, TRUE, FALSE, nullptr)};
+    ScopedKernelObject const stands(events[0]);
+    ScopedKernelObject const end(events[1]);
+    auto const hang = +[](void * both) WINAPI -> DWORD
+    {
+        CreateWindowW(L"Static", L"", WS_POPUP, 0, 0, 9, 9, nullptr, nullptr, nullptr, nullptr);
+        SetEvent(static_cast<HANDLE *>(both)[0]);
+        return WaitForSingleObject(static_cast<HANDLE *>(both)[1], 60000);
+    };
+    ScopedKernelObject const thread(
+        CreateThread(nullptr, 0, hang, const_cast<HANDLE *>(events), 0, nullptr));
+    WaitForSingleObject(stands.Get(), INFINITE);
+    ULONGLONG const begin = GetTickCount64();
+    GMShellUtils::RefreshSystemEnvironment();
+    EXPECT_LT(GetTickCount64() - begin, 20000u);
+    SetEvent(end.Get());
+    WaitForSingleObject(thread.Get(), INFINITE);
 }
 
 } // namespace Velmora::Testing

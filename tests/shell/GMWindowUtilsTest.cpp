@@ -11,6 +11,7 @@
 #include "tests/support/ImportHook.h"
 
 #include <commdlg.h>
+#include <shlobj.h>
 
 namespace Velmora::Testing
 {
@@ -181,6 +182,45 @@ TEST(GMWindowUtils, AsksForAFile)
     EXPECT_EQ(std::wstring(L"Text\0*.txt\0*.doc\0*.doc\0", 20), s_filter.substr(0, 20));
     EXPECT_EQ(0x81820u, s_asked.Flags);
     EXPECT_EQ(&GMShellUtils::OFNCenterWindow, s_asked.lpfnHook);
+}
+
+TEST(GMWindowUtils, AsksForAFolder)
+{
+    static std::wstring s_dialogHeard;
+    s_dialogHeard.clear();
+    WNDCLASSW dialog = {};
+    dialog.lpszClassName = L"Velmora browse dialog";
+    dialog.lpfnWndProc = [](HWND window, UINT message, WPARAM number, LPARAM text) -> LRESULT
+    {
+        if (message < WM_USER)
+            return DefWindowProcW(window, message, number, text);
+        s_dialogHeard += std::to_wstring(message - WM_USER) + L" " +
+                         reinterpret_cast<wchar_t const *>(text) + L"; ";
+        return 0;
+    };
+    RegisterClassW(&dialog);
+    ImportHook const browse(
+        "SHBrowseForFolderW",
+        +[](BROWSEINFOW * info) WINAPI -> LPITEMIDLIST
+        {
+            EXPECT_EQ(0x1251u, info->ulFlags);
+            Window const window({}, nullptr, WS_POPUP, L"Velmora browse dialog");
+            LPITEMIDLIST const chosen = ILCreateFromPathW(L"C:\\windows");
+            info->lpfn(window, BFFM_INITIALIZED, 0, info->lParam);
+            info->lpfn(window, BFFM_SELCHANGED, reinterpret_cast<LPARAM>(chosen), info->lParam);
+            info->lpfn(window, BFFM_SELCHANGED, 0, info->lParam); // no path
+            EXPECT_EQ(1, info->lpfn(window, BFFM_VALIDATEFAILEDW, 0, info->lParam));
+            return chosen;
+        });
+    GMString path = L"C:\\old";
+    EXPECT_TRUE(GMWindowUtils::BrowseDir(path, L"title", nullptr, false));
+    EXPECT_EQ(L"C:\\windows", path);
+    EXPECT_EQ(L"103 C:\\old; 106 C:\\old; 104 C:\\windows; 104 您输入了不合理的路径; ",
+              s_dialogHeard);
+    path.clear();
+    s_dialogHeard.clear();
+    EXPECT_TRUE(GMWindowUtils::BrowseDir(path, L"title", nullptr, false));
+    EXPECT_EQ(0u, s_dialogHeard.find(L"104"));
 }
 
 } // namespace Velmora::Testing
