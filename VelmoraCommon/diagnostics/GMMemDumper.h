@@ -22,6 +22,7 @@ namespace Velmora
 class VELMORA_API GMMemDumper
 {
 public:
+    /// A filter for exceptions that nobody handles, as the system calls it.
     using Filter = long(__stdcall *)(_EXCEPTION_POINTERS *);
 
     /// Keeps what the reporter is to be told, and sets the filter of the process in place of the one

@@ -55,6 +55,7 @@ public:
     /// Whether the file at \p path is there and begins as a recording does.
     static bool ValidateFile(wchar_t const * path);
 
+    /// Whether a recording runs.
     static bool IsRecord();
 
     /// Of both kinds of playback. Set by the playback's thread, so maybe not yet when StartPlayback

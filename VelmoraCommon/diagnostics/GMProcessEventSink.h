@@ -26,8 +26,13 @@ public:
     /// Nobody holds it yet. \param handler stays the caller's and outlives the sink
     explicit GMProcessEventSink(GMWMIProcessEventHandler * handler);
 
+    /// Knows `IUnknown` and `IWbemObjectSink`.
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void ** object) override;
+
+    /// \return the references that there are now
     ULONG STDMETHODCALLTYPE AddRef() override;
+
+    /// Deletes the object with its last reference. \return the references that are left
     ULONG STDMETHODCALLTYPE Release() override;
 
     /// Calls the handler for each process among \p objects, in order; passes over what can't be read.

@@ -17,10 +17,10 @@ public:
     /// What WMI doesn't tell is 0 or empty.
     struct ProcessInfo
     {
-        unsigned long m_processId = 0;
-        GMString m_name; ///< of the file, without its path
-        GMString m_executablePath;
-        GMString m_commandLine;
+        unsigned long m_processId = 0; ///< 0 if it isn't told
+        GMString m_name;               ///< of the file, without its path
+        GMString m_executablePath;     ///< empty if it isn't told
+        GMString m_commandLine;        ///< empty if it isn't told
     };
 
     // \p name is valid during the call.

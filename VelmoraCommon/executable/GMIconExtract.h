@@ -31,8 +31,8 @@ struct ICON_RESOURCE
     unsigned int changed;    ///< 0
     wchar_t icoName[260];    ///< empty
     wchar_t sourceName[260]; ///< path of the module; cut if it is longer
-    unsigned int imageCount;
-    ICON_IMAGE images[1]; ///< as many as there are
+    unsigned int imageCount; ///< of the icon, in sizes and colours
+    ICON_IMAGE images[1];    ///< as many as there are
 };
 
 /// The icons of an executable file: a list of its icon groups, one image of a group as an icon, and
@@ -60,6 +60,7 @@ public:
     GMIconExtract(GMIconExtract const &);
     GMIconExtract & operator=(GMIconExtract const &);
 
+    /// Whether a file is loaded.
     bool IsOpen();
 
     /// Appends the groups of the file to the lists of this object, also if they are there already.

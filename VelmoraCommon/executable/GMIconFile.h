@@ -24,7 +24,11 @@ public:
     explicit GMIconFile(GMString const & path);
 
     virtual ~GMIconFile();
+
+    /// Copies the images.
     GMIconFile(GMIconFile const &);
+
+    /// Takes the images of another one.
     GMIconFile & operator=(GMIconFile const &);
 
     /// Reads the directory anew, from the path that the object was made with; \p path is ignored.

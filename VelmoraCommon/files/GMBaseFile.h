@@ -20,8 +20,13 @@ public:
     /// Writes \p toWrite bytes at the position; fewer are a failure, and \p written says how many.
     virtual bool Write(void const * buffer, unsigned int toWrite, unsigned int & written) = 0;
 
+    /// \return false when it can't be closed
     virtual bool Close() = 0;
+
+    /// \param position in bytes from the start of the file
     virtual bool GetPosition(unsigned long long & position) const = 0;
+
+    /// \param size in bytes
     virtual bool GetSize(unsigned long long & size) const = 0;
 
     /// Moves the position by \p offset from where \p method says: `FILE_BEGIN`, `FILE_CURRENT` or
@@ -29,6 +34,7 @@ public:
     virtual bool Seek(long long offset, unsigned int method,
                       unsigned long long & newPosition) const = 0;
 
+    /// Sets all three times, in UTC.
     virtual bool SetTime(FILETIME creation, FILETIME access, FILETIME write) = 0;
 };
 

@@ -15,6 +15,7 @@ namespace Velmora
 class VELMORA_API GMDiskUtils
 {
 public:
+    /// One drive.
     struct GMDiskInfo
     {
         GMString m_displayName;            ///< the shell's name of the drive

@@ -48,10 +48,16 @@ public:
     bool Seek(long long offset, unsigned int method,
               unsigned long long & newPosition) const override;
 
+    /// All three times, in UTC.
     bool SetTime(FILETIME creation, FILETIME access, FILETIME write) override;
+
+    /// The times of making, of the last use and of the last change, in UTC.
     bool GetTime(FILETIME & creation, FILETIME & access, FILETIME & write);
 
+    /// Moves the position to the start.
     bool SeekBeginOfFile();
+
+    /// Moves the position to the end. \param position counts from the start
     bool SeekEndOfFile(unsigned long long & position);
 
     /// The file ends at the position from now on.
@@ -63,6 +69,7 @@ public:
     /// The handle, `INVALID_HANDLE_VALUE` for none. It stays owned by this object.
     HANDLE GetHandle() const;
 
+    /// Whether a file is open.
     bool IsOpen() const;
 
 private:

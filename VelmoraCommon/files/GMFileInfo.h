@@ -18,12 +18,15 @@ public:
     unsigned __int64 GetSize() const { return m_size; }
     void SetSize(unsigned __int64 size) { m_size = size; }
 
+    /// When it was made, in UTC.
     FILETIME const & GetCreateTime() const { return m_createTime; }
     void SetCreateTime(FILETIME const & time) { m_createTime = time; }
 
+    /// When it was read or written last, in UTC.
     FILETIME const & GetAccessTime() const { return m_accessTime; }
     void SetAccessTime(FILETIME const & time) { m_accessTime = time; }
 
+    /// When it was written last, in UTC.
     FILETIME const & GetModifyTime() const { return m_modifyTime; }
     void SetModifyTime(FILETIME const & time) { m_modifyTime = time; }
 
@@ -35,6 +38,7 @@ public:
     GMString const & GetFileName() const { return m_fileName; }
     void SetFileName(GMString const & name) { m_fileName = name; }
 
+    /// Whether the attributes have the bit of this name.
     bool IsReadOnly() const { return Has(FILE_ATTRIBUTE_READONLY); }
     bool IsHidden() const { return Has(FILE_ATTRIBUTE_HIDDEN); }
     bool IsSystem() const { return Has(FILE_ATTRIBUTE_SYSTEM); }

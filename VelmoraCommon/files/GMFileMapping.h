@@ -52,6 +52,7 @@ public:
     /// alone, so it has to be the next call after that Create.
     bool IsExist() const;
 
+    /// Whether there is a mapping.
     bool IsOpened();
 
     /// Start of the view, null for none; valid until the next Mapping or Close.

@@ -22,6 +22,7 @@ public:
         GMAccessCopy = 8,    ///< written pages belong to this process and don't reach the file
     };
 
+    /// Both kinds of access.
     friend constexpr GMDesiredAccess operator|(GMDesiredAccess left, GMDesiredAccess right)
     {
         return static_cast<GMDesiredAccess>(static_cast<unsigned int>(left) |

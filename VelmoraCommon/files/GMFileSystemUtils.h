@@ -36,6 +36,7 @@ public:
     /// Renames a file or directory; moves a file to another volume too. Fails if \p to is there.
     static bool MyMoveFile(GMString const & from, GMString const & to);
 
+    /// Makes \p path the current directory of the process.
     static bool MySetCurrentDirectory(GMString const & path);
 
     /// At most 260 units; on failure \p path stays as it was.

@@ -24,6 +24,7 @@ public:
     /// The file need not exist.
     explicit GMIniFile(GMString const & fileName);
 
+    /// The file as it was given.
     GMString GetFileName() const;
 
     /// The value of \p key, without quotes around it and blanks at its ends; cut to 4095 units.

@@ -21,6 +21,7 @@ public:
     /// Deletes the directory as Remove does; a failure, want of memory too, goes unheard.
     ~GMTempDirectory();
 
+    /// Both stand for the same directory, and either of them deletes it.
     GMTempDirectory(GMTempDirectory const & other) = default;
     GMTempDirectory & operator=(GMTempDirectory const & other) = default;
 

@@ -19,6 +19,7 @@ public:
     /// Deletes the file as Remove does; a failure goes unheard.
     ~GMTempFile();
 
+    /// Both stand for the same file, and either of them deletes it.
     GMTempFile(GMTempFile const & other) = default;
     GMTempFile & operator=(GMTempFile const & other) = default;
 

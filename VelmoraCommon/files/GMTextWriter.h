@@ -32,6 +32,7 @@ public:
     ///     4 GB, and for a text of 2^31 units or more
     void WriteString(GMString const & text, bool appendLineEnd, bool utf8);
 
+    /// Writes the two units of a line end.
     void WriteLineEnd();
 
 private:

@@ -25,8 +25,10 @@ public:
     {
     }
 
+    /// Copies the whole block of \p other, its spare room too.
     GMBuffer(GMBuffer const & other) : GMBuffer() { *this = other; }
 
+    /// Takes the content of \p other, which is empty then.
     GMBuffer(GMBuffer && other) noexcept
         : m_capacity(std::exchange(other.m_capacity, 0)),
           m_data(std::exchange(other.m_data, nullptr)),

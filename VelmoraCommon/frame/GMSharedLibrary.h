@@ -31,6 +31,7 @@ public:
     /// \return false when none is held, or when the system refuses: then it stays held.
     bool UnloadSharedLib();
 
+    /// Whether a library is held.
     bool IsLoaded() const;
 
     /// The module held, null for none. It stays owned by this object.

@@ -12,9 +12,12 @@ namespace Velmora
 class VELMORA_API GMRegException : public std::exception
 {
 public:
+    /// Sets the fields of these names.
     explicit GMRegException(unsigned long lastError = 0, bool writing = false,
                             GMString const & keyPath = GMString(),
                             GMString const & detailText = GMString(), unsigned long detailCode = 0);
+
+    /// Copies all fields.
     GMRegException(GMRegException const & other);
     GMRegException & operator=(GMRegException const & other);
     ~GMRegException() override;

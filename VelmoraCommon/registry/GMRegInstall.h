@@ -38,6 +38,7 @@ enum GMRegInstallType : int
 class VELMORA_API GMRegInstall
 {
 public:
+    /// \param type the views that Install changes
     explicit GMRegInstall(GMRegInstallType type = GMRegInstallDefaultView);
 
     /// Installs \p keys in their order and makes their undo records, in place of those of the run

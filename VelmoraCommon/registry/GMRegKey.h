@@ -29,10 +29,14 @@ public:
     /// ParseRegFullPath of \p fullPath; on its failure the root of the current user.
     explicit GMRegKey(GMString const & fullPath);
 
+    /// Copies the key with its values and all that is below it.
     GMRegKey(GMRegKey const & other);
     GMRegKey(GMRegKey && other) noexcept;
     ~GMRegKey();
+
+    /// Copies likewise. \p other may be a key of this key's own tree.
     GMRegKey & operator=(GMRegKey const & other);
+
     /// \p other may be a key of this key's own tree.
     GMRegKey & operator=(GMRegKey && other) noexcept;
 

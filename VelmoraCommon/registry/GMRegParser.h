@@ -24,6 +24,8 @@ class VELMORA_API GMRegParser : public GMRegFileObserver
 public:
     GMRegParser();
     ~GMRegParser() override;
+
+    /// Copies the keys that were read.
     GMRegParser(GMRegParser const & other);
     GMRegParser & operator=(GMRegParser const & other);
 
@@ -49,6 +51,7 @@ public:
     /// \throws what GMRegFileParser::Parse throws
     bool Load(GMBuffer<unsigned char> const & buffer);
 
+    /// The keys in the order of the text; empty before Load.
     std::deque<GMRegKey> const & GetRegList() const;
     std::deque<GMRegKey> & GetRegList();
 

@@ -24,6 +24,7 @@ namespace Velmora
 class VELMORA_API GMRegValue
 {
 public:
+    /// A value without data, of a type of the system.
     GMRegValue(unsigned int type = REG_SZ, GMString const & name = GMString());
 
     /// A text value that an install removes from its key if \p removeFlag is set.
@@ -49,6 +50,7 @@ public:
     GMString GetKeyPath() const;
     void SetKeyPath(GMString const & keyPath);
 
+    /// One of the system's types, such as `REG_SZ`.
     unsigned int GetType() const;
     /// Changes the type alone; the data stay in the field where they are.
     void SetType(unsigned int type);
@@ -57,10 +59,12 @@ public:
     bool GetRemoveFlag() const;
     void SetRemoveFlag(bool removeFlag);
 
+    /// The number of a `REG_DWORD`; of others what was set last, at first 0.
     unsigned int GetDoubleWord() const;
     /// Makes it a `REG_DWORD`.
     void SetDoubleWord(unsigned int number);
 
+    /// The number of a `REG_QWORD`; of others what was set last, at first 0.
     unsigned __int64 GetQuardWord() const;
     /// Makes it a `REG_QWORD`.
     void SetQuardWord(unsigned __int64 number);
@@ -72,8 +76,10 @@ public:
     /// Makes it a `REG_SZ`, or a `REG_EXPAND_SZ` if \p expand is set.
     void SetString(GMString const & text, bool expand);
 
+    /// The texts of a `REG_MULTI_SZ`.
     std::vector<GMString> GetMutiString() const;
 
+    /// The bytes of `REG_BINARY` and of the types that have no form of their own.
     GMBuffer<unsigned char> const & GetBinary() const;
     GMBuffer<unsigned char> & GetBinary();
 

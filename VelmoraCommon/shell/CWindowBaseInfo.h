@@ -16,6 +16,7 @@ namespace Velmora
 class VELMORA_API CWindowBaseInfo
 {
 public:
+    /// Whether the window was there when it was looked at.
     enum WindowStatus
     {
         WindowNotLoaded = 0,
@@ -46,8 +47,13 @@ public:
     GMString const ToString() const;
     std::string const ToUtf8String() const;
 
+    /// The window itself.
     HWND GetHwnd() const;
+
+    /// The name of its class, as Load found it.
     GMString const & GetClass() const;
+
+    /// Its title, as Load found it.
     GMString const & GetText() const;
 
     /// Rectangles in screen coordinates, styles and frame.

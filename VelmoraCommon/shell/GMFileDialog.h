@@ -13,12 +13,12 @@ namespace Velmora
 /// What a dialog of GMFileDialog shows.
 struct PickerOptions
 {
-    bool multiSelect = false;
+    bool multiSelect = false;                           ///< several may be chosen
     GMString title;                                     // the system's if empty
     GMString folder;                                    // to start in; the last one used if empty
     GMString fileName;                                  // proposed, for saving only
     std::vector<std::pair<GMString, GMString>> filters; // name and pattern ("*.png;*.jpg")
-    HWND owner = nullptr;
+    HWND owner = nullptr; ///< stays disabled while the dialog is shown; may be null
 };
 
 /// The dialogs of the system, since Windows Vista, to choose files and folders.

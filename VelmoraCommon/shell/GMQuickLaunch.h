@@ -58,10 +58,11 @@ public:
     bool ParseLinkFile(GMString const & link, GMString & target, GMString & arguments,
                        GMString & workingDirectory);
 
+    bool ParseLinkFile(GMString const & link, GMString & target);
+
     /// \param attributes the `FILE_ATTRIBUTE_` bits of the target that the shell names; 0 if it isn't
     ///     there
     bool ParseLinkFile(GMString const & link, GMString & target, unsigned long & attributes);
-    bool ParseLinkFile(GMString const & link, GMString & target);
 
     /// Reads the target out of the bytes of a `.lnk` file: the path of its list of items, as a 32-bit
     /// program may need it for a target in a folder that the system redirects.

@@ -11,6 +11,7 @@ namespace Velmora
 class VELMORA_API GMCalTime
 {
 public:
+    /// Starts the clock. \p name stands in the line that the destructor writes.
     explicit GMCalTime(GMString const & name);
     ~GMCalTime();
 

@@ -32,6 +32,7 @@ public:
         GMString m_text;
         int m_delimiter = 0; ///< 0: by nothing, 1: by "-", 2: by "/"
 
+        /// By their texts.
         bool operator<(GMKey const & other) const { return m_text < other.m_text; }
     };
 

@@ -78,6 +78,7 @@ public:
     /// By the default code page, or the system's ANSI code page when none is set.
     static GMStringA GMStringToGMStringA(GMString const & s);
 
+    /// To UTF-8.
     static GMStringA GMStringToUtf8(GMString const & s);
 
     /// A null \p s is an empty text.
@@ -90,6 +91,7 @@ public:
     /// By \p codePage alone, without regard to the default code page; \p s must not be null.
     static GMString CharToGMString(char const * s, unsigned int codePage);
 
+    /// A copy: both are UTF-16 here.
     static GMString GMStringToGMStringW(GMString const & s);
     static GMString GMStringWToGMString(GMString const & s);
 
@@ -113,6 +115,7 @@ public:
     /// The name of an encoding for people; empty for an unknown one.
     static GMStringA GetEncodingString(GMEncodingType type);
 
+    /// True on every machine of Windows.
     static bool IsLittleEndian();
 
 private:

@@ -18,6 +18,7 @@ namespace Velmora
 class VELMORA_API GMTimeUtils
 {
 public:
+    /// The time of the system.
     static unsigned __int64 GetTimestamp();
 
     /// Milliseconds of the performance counter; 0 if there is none.

@@ -36,6 +36,8 @@ public:
     /// The URL with "?" and the query, or without both as long as there are no parameters.
     GMString GetEncodedUrl() const;
 
+    /// Each byte that isn't a letter, a digit or one of the few signs that a query takes as they are, by
+    /// `%` and two digits. \throws std::bad_alloc
     static GMStringA EncodeA(GMStringA const & text);
 
     /// The bytes that \p text stands for; digits may be in either case. Where `%` has less than two

@@ -19,12 +19,13 @@ public:
     /// As "1.2.3.4".
     GMString Format() const;
 
+    /// Compares the numbers from `m_major` on.
     bool operator<(GMVersionInfo const & other) const;
 
-    int m_major;
-    int m_minor;
-    int m_build;
-    int m_revision;
+    int m_major;    ///< the highest
+    int m_minor;    ///< the second
+    int m_build;    ///< the third
+    int m_revision; ///< the fourth
 };
 
 } // namespace Velmora

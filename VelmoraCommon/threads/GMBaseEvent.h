@@ -37,13 +37,17 @@ public:
     /// \param inherit whether child processes inherit the handle
     unsigned long Open(unsigned long access, bool inherit, wchar_t const * name);
 
+    /// Whether there is an event.
     bool IsCreated();
 
     /// The name of the last Create or Open that succeeded; an empty text for none. Valid until the
     /// next of them or the destructor.
     wchar_t const * Name();
 
+    /// Lets those through who wait: one, or all until Reset, as the event was made.
     unsigned long Set();
+
+    /// Lets nobody through from now on.
     unsigned long Reset();
 
     /// Waits without limit. \return WAIT_OBJECT_0, or WAIT_FAILED without an event

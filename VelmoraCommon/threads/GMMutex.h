@@ -26,6 +26,7 @@ public:
     /// Doesn't wait. \return false if another thread holds the lock
     bool TryLock() const { return TryEnterCriticalSection(m_section) != FALSE; }
 
+    /// Gives it up once; only the thread that holds it may.
     void UnLock() const { LeaveCriticalSection(m_section); }
 
 private:

@@ -22,9 +22,16 @@ public:
     /// Waits without limit for the readers inside to leave. Nobody may come in any more.
     ~GMRWLock();
 
+    /// Waits until nobody writes. Many may read at a time.
     void ReadLock();
+
+    /// Ends one reading.
     void ReadUnLock();
+
+    /// Waits until nobody reads or writes.
     void WriteLock();
+
+    /// Ends the writing.
     void WriteUnLock();
 
 private:

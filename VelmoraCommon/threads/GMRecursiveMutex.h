@@ -24,6 +24,7 @@ public:
     /// Leaves the last error as it was.
     ~GMRecursiveMutex();
 
+    /// Whether there is a mutex.
     bool IsOpen() const;
 
     /// Waits without limit.
@@ -34,6 +35,7 @@ public:
     ///     caller learns that what it guards may be half done; the attempt after that succeeds.
     bool TryLock();
 
+    /// Gives it up once; only the thread that holds it may.
     void UnLock();
 
 private:

@@ -50,6 +50,7 @@ public:
     /// The id of the calling thread.
     static unsigned long GetCurrentThreadID();
 
+    /// Holds the calling thread up.
     static void Sleep(unsigned int milliseconds);
 
     /// Gives the rest of the calling thread's time slice away.

@@ -25,6 +25,7 @@ public:
     /// \throws std::bad_alloc
     bool Start();
 
+    /// Whether the work has begun and not ended.
     bool IsRunning() const;
 
     /// Waits without limit for the end of the work. Returns at once if nothing runs.

@@ -24,18 +24,26 @@ public:
     /// flags have no id; no text form knows them, but copies carry them.
     struct VELMORA_API GMLibs
     {
+        /// No flag.
         GMLibs() : m_words{} {}
+
+        /// Copies all 64 bits.
         GMLibs(GMLibs const &) = default;
 
         /// Takes the 38 flags. The bits of the second word above them keep their value.
         GMLibs & operator=(GMLibs const & other);
 
         // These go by all 64 bits.
+        /// Both together.
         GMLibs operator|(GMLibs & other) const;
+
+        /// What both have.
         GMLibs operator&(GMLibs & other) const;
+
+        /// Whether there is any.
         operator bool() const { return (m_words[0] | m_words[1]) != 0; }
 
-        std::array<unsigned int, 2> m_words;
+        std::array<unsigned int, 2> m_words; ///< the flags, as told above
     };
 
     /// The set that \p text names; empty for a text of neither form, such as "a1".
@@ -50,7 +58,7 @@ public:
     /// The compact form, "0" for no flag. Flags that it has no bit for are left out.
     GMString FormatToString();
 
-    GMLibs m_libs;
+    GMLibs m_libs; ///< the set; may be read and changed
 };
 
 } // namespace Velmora

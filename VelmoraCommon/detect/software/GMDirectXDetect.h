@@ -16,6 +16,7 @@ class VELMORA_API GMDirectXDetect
 public:
     GMDirectXDetect();
 
+    /// Asks the diagnosis tool, and looks at the files where that fails.
     void Detect();
 
     /// A code of the major version that Detect found: 0 for none, 2 for 9, 4 for 10, 8 for 11 and 1

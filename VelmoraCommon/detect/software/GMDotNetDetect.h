@@ -11,6 +11,7 @@ namespace Velmora
 class VELMORA_API GMDotNetDetect
 {
 public:
+    /// What was found, of all versions together.
     struct GMDotNetVersion
     {
         unsigned int m_release; ///< the number `Release` of 4.5 and later

@@ -16,6 +16,7 @@ public:
     /// Looks at what the registry says of it. A key without a version changes nothing.
     void Detect();
 
+    /// Whether a version was found; false before Detect.
     bool IsDetected() const;
 
     /// 0.0.0.0 when none was found.

@@ -20,6 +20,7 @@ public:
     /// Whether the runtime's library is there and its version isn't below 1.
     bool IsInstalled() const;
 
+    /// The version as the registry has it; 0.0.0.0 when none was found.
     void GetJavaVersion(GMSoftVersion & version);
 
     /// Directory of the runtime; empty when none was found.

@@ -13,8 +13,10 @@ namespace Velmora
 class VELMORA_API GMMSIProductDetect
 {
 public:
+    /// One product, or what is asked for.
     struct GMProductInfo
     {
+        /// Sets the fields of these names.
         GMProductInfo(GMString const & name, unsigned long language, unsigned long version)
             : m_name(name),
               m_language(language),
@@ -22,7 +24,7 @@ public:
         {
         }
 
-        GMString m_name;
+        GMString m_name;          ///< for people, as the installer has it
         unsigned long m_language; ///< a language identifier of the system
         unsigned long m_version;  ///< 8 bits major, 8 bits minor, 16 bits build
     };

@@ -18,12 +18,13 @@ public:
     /// piece is read up to its first unit that isn't a digit, and is 0 without any.
     GMSoftVersion FormatVersion(GMString const & text);
 
+    /// Compares the fields from `major` on.
     bool operator<(GMSoftVersion const & other) const;
 
-    int major;
-    int minor;
-    int build;
-    int revision;
+    int major;    ///< the highest
+    int minor;    ///< the second
+    int build;    ///< the third
+    int revision; ///< the fourth
 };
 
 } // namespace Velmora

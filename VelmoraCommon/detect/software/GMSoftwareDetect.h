@@ -11,7 +11,10 @@ namespace Velmora
 class VELMORA_API GMIsSoftwareInstalled
 {
 public:
+    /// No test.
     GMIsSoftwareInstalled();
+
+    /// \p test may be null, for none.
     explicit GMIsSoftwareInstalled(bool (*test)());
 
     /// The answer of the test; false without one.
@@ -35,16 +38,24 @@ private:
 class VELMORA_API GMSoftwareDetect
 {
 public:
+    /// A record without flags, name and test.
     GMSoftwareDetect();
+
+    /// Sets the fields of these names. \p name is copied; \p isInstalled may be null.
     GMSoftwareDetect(GMDependSoftLib::GMLibs libs, unsigned int number1, unsigned int number2,
                      wchar_t const * name, bool (*isInstalled)());
+
+    /// Copies all fields.
     GMSoftwareDetect(GMSoftwareDetect const &);
 
     /// Takes all fields but m_paramIsInstalled.
     GMSoftwareDetect & operator=(GMSoftwareDetect const & other);
     virtual ~GMSoftwareDetect();
 
+    /// Sets m_paramIsInstalled.
     void SetParamIsInstalled(bool isInstalled);
+
+    /// What m_paramIsInstalled says; false in a new record.
     bool GetParamIsInstalled();
 
     /// Whether this process is a 32-bit one on a 64-bit system. Asked once a process.

@@ -14,11 +14,12 @@ namespace Velmora
 class VELMORA_API GMVCRedistDetect
 {
 public:
+    /// What a package is made for.
     enum GMArchitectureType : unsigned int
     {
-        architectureX86 = 1,
-        architectureAMD64 = 2,
-        architectureItanium = 3
+        architectureX86 = 1,    ///< 32 bits
+        architectureAMD64 = 2,  ///< 64 bits
+        architectureItanium = 3 ///< the other 64 bits
     };
 
     GMVCRedistDetect();

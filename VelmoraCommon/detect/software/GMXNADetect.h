@@ -13,6 +13,7 @@ class VELMORA_API GMXNADetect
 public:
     GMXNADetect();
 
+    /// Looks for all versions anew.
     void Detect();
 
     /// One bit a version, from the lowest: 1.0, 2.0, 3.0, 3.1, 4.0. 0 before Detect.

@@ -15,9 +15,9 @@ public:
     /// One device. What the database doesn't tell is empty.
     struct GMDeviceInfo
     {
-        GMString m_description;
-        std::vector<GMString> m_hardwareIds; ///< the closest first
-        std::vector<GMString> m_compatibleIds;
+        GMString m_description;                ///< for people
+        std::vector<GMString> m_hardwareIds;   ///< the closest first
+        std::vector<GMString> m_compatibleIds; ///< the closest first
         bool m_installed = false; ///< its driver is installed, or its installation isn't finished
         GMString m_class;         ///< for example "Display"
         /// The class's identifier in the form {XXXXXXXX-XXXX-XXXX--XXXX-XXXXXXXXXXXX}, with two dashes

@@ -24,6 +24,8 @@ class VELMORA_API GMHardwareDetect
 public:
     GMHardwareDetect();
     ~GMHardwareDetect();
+
+    /// Copies what was found.
     GMHardwareDetect(GMHardwareDetect const &);
     GMHardwareDetect & operator=(GMHardwareDetect const &);
 

@@ -12,7 +12,7 @@ struct GMOSInfo
 {
     GMString m_name;              ///< for people, with edition, width, service pack and build
     unsigned short m_version = 0; ///< one bit a generation, as GMHardwareDetect::GetOSVersion tells
-    bool m_is64 = false;
+    bool m_is64 = false;          ///< of 64 bits
 };
 
 /// The processors of the machine.
@@ -33,7 +33,7 @@ struct GMCPUInfo
 /// A graphics adapter.
 struct GMVideoCardInfo
 {
-    GMString m_name;
+    GMString m_name;        ///< for people
     GMString m_pnpDeviceId; ///< begins as in `PCI\VEN_10DE&DEV_2684&SUBSYS_`
     /// Bytes, as WMI tells them: in 32 bits, so that no card has more than 4 GB. For the true size of
     /// a greater one read `HardwareInformation.qwMemorySize` of its driver's key in the registry.

@@ -12,7 +12,10 @@ namespace Velmora
 class VELMORA_API GMMachine
 {
 public:
+    /// Starts the machine anew.
     static bool Reboot();
+
+    /// Ends the session of the user.
     static bool Logoff();
 
     /// Turns the power off, too.

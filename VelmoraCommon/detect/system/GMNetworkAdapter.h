@@ -20,9 +20,9 @@ public:
     /// One transport of NetBIOS.
     struct GMNetBiosInfo
     {
-        GMString m_name; ///< a GUID in braces; empty if the transport's name has none
-        GMString m_macAddress;
-        unsigned char m_macData[6] = {};
+        GMString m_name;       ///< a GUID in braces; empty if the transport's name has none
+        GMString m_macAddress; ///< twelve digits in lower case
+        unsigned char m_macData[6] = {}; ///< the same in bytes
     };
 
     GMNetworkAdapter();

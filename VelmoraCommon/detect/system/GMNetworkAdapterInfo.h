@@ -14,6 +14,7 @@ namespace Velmora
 class VELMORA_API GMNetworkAdapterInfo
 {
 public:
+    /// All of it empty.
     GMNetworkAdapterInfo();
 
     /// Asks the system for the counters of the interface \p index. All of them are 0 if it doesn't
@@ -27,6 +28,7 @@ public:
     /// \param data gets six bytes
     void GetMacData(unsigned char * const data) const;
 
+    /// The number that the system gives the interface.
     unsigned long getIndex() const;
 
     /// One of `IF_OPER_STATUS_...`
@@ -37,14 +39,14 @@ public:
     unsigned long GetReceiveBytes();
     unsigned long GetSendBytes();
 
-    GMString m_name; ///< a GUID in braces
-    GMString m_description;
-    GMString m_ipAddress; ///< the first one, as the next two
-    GMString m_ipMask;
-    GMString m_gateway;
-    GMString m_macAddress;
-    unsigned char m_macData[6] = {};
-    MIB_IFROW m_ifRow = {};
+    GMString m_name;                 ///< a GUID in braces
+    GMString m_description;          ///< for people
+    GMString m_ipAddress;            ///< the first one, as the next two
+    GMString m_ipMask;               ///< of the same form
+    GMString m_gateway;              ///< of the same form
+    GMString m_macAddress;           ///< as SetMacAddress made it
+    unsigned char m_macData[6] = {}; ///< the same in bytes
+    MIB_IFROW m_ifRow = {};          ///< the system's record, with the counters
 };
 
 } // namespace Velmora
