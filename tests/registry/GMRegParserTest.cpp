@@ -35,16 +35,13 @@ GMRegParser Parsed(std::string const & bytes)
 TEST(GMRegParser, TellsVersions)
 {
     std::tuple<char const *, std::string, int, wchar_t const *> const cases[] = {
-        {"version 4", "REGEDIT4\r\n[A]", 1, L"\r\n[A]"},
         {"blanks before, text behind", " \t REGEDIT4x", 1, L"x"},
         {"version 5", version5, 2, L"\r\n"},
         {"version 5 in UTF-8", "\xEF\xBB\xBFWindows Registry Editor Version 5.00\xC3\xA4", 2,
          L"\xE4"},
         {"line break before", " \t\r\nREGEDIT4", 0, L"\r\nREGEDIT4"},
         {"case counts", "Regedit4\r\n", 0, L"Regedit4\r\n"},
-        {"header cut", "REGEDIT", 0, L"REGEDIT"},
         {"blanks alone", "\t ", 0, L""},
-        {"nothing", "", 0, L""},
         {"UTF-16 big endian", std::string("\xFE\xFF\0R", 4), 0, L""},
         {"no ASCII at the start", "\x80REGEDIT4", 0, L""},
     };
@@ -60,7 +57,6 @@ TEST(GMRegParser, TellsVersions)
 TEST(GMRegParser, ReadsKeysAndValues)
 {
     std::tuple<char const *, wchar_t const *, char const *> const cases[] = {
-        {"header alone", L"", ""},
         {"keys are flat", L"[HKLM\\A\\B]\r\n[HKCU\\A]\r\n[HKLM\\A\\B]\r\n",
          "<HKEY_LOCAL_MACHINE\\A\\B>\n<HKEY_CURRENT_USER\\A>\n<HKEY_LOCAL_MACHINE\\A\\B>\n"},
         {"removed key", L"[-HKLM\\A]\r\n", "<-HKEY_LOCAL_MACHINE\\A>\n"},
@@ -87,16 +83,10 @@ TEST(GMRegParser, ReadsKeysAndValues)
 
 TEST(GMRegParser, SaysWhyItFails)
 {
-    std::tuple<char const *, std::string, char const *> const cases[] = {
-        {"no header", "[HKCU\\A]\r\n", "runtime_error: Wrong file format"},
-        {"value before any key", "REGEDIT4\r\n; a = b\r\n", "Keys list is empty"},
-    };
-    for (auto const & [what, bytes, failure] : cases)
-    {
-        SCOPED_TRACE(what);
-        GMRegParser parser;
-        EXPECT_EQ(failure, Failure([&] { parser.Load(ToBuffer(bytes)); }));
-    }
+    for (auto const & [bytes, failure] :
+         {std::pair("[HKCU\\A]\r\n", "runtime_error: Wrong file format"),
+          std::pair("REGEDIT4\r\n; a = b\r\n", "Keys list is empty")})
+        EXPECT_EQ(failure, Failure([text = bytes] { GMRegParser().Load(ToBuffer(text)); }));
 
     GMRegParser parser = Parsed("REGEDIT4\r\n[HKCU\\A]\r\n");
     Failure([&] { parser.Load(ToBuffer("REGEDIT4\r\n[HKCU\\B]\r\n\"a\"=-\r\na=hex:\\\r\n1\\")); });
