@@ -26,7 +26,7 @@ endif()
 
 # A project for the building system itself, if that is another one, is refused in words.
 if(CROSSCOMPILING)
-    execute_process(COMMAND ${CMAKE_COMMAND} -S ${SOURCE_DIR}/refused -B ${client}-refused
+    execute_process(COMMAND ${CMAKE_COMMAND} -S ${SOURCE_DIR}/refused -B ${client}-refused -G Ninja
             -DVelmoraCommon_ROOT=${prefix}
         RESULT_VARIABLE code OUTPUT_QUIET ERROR_VARIABLE message)
     if(code EQUAL 0 OR NOT message MATCHES "is for Windows, and this project is built for")
