@@ -4,7 +4,9 @@ target_compile_features(VelmoraCompileSettings INTERFACE cxx_std_17)
 
 if(MSVC)
     # /utf-8: sources are UTF-8; /Zc:__cplusplus: report the language version that is in force.
-    target_compile_options(VelmoraCompileSettings INTERFACE /W4 /utf-8 /Zc:__cplusplus
+    # /wd4996: GetVersionExW and GetVersion count as deprecated, but the system's own answer is wanted; the
+    # tests copy texts with the functions of C.
+    target_compile_options(VelmoraCompileSettings INTERFACE /W4 /wd4996 /utf-8 /Zc:__cplusplus
         $<$<BOOL:${VELMORA_WARNINGS_AS_ERRORS}>:/WX>)
 else()
     target_compile_options(VelmoraCompileSettings INTERFACE
