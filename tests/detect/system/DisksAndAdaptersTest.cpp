@@ -115,6 +115,19 @@ TEST(GMDiskID, AsksEachChannelByItsBlock)
     disks.LoadDiskInfo();
     EXPECT_EQ("p", GMDiskIDImpl(copy).SerialNumber(0));
     EXPECT_EQ(0, disks.ReadPhysicalDriveInNTWithZeroRights());
+
+    FailingCall<0, decltype(&CreateFileW)> const failOpen("CreateFileW", INVALID_HANDLE_VALUE);
+    FailingCall<1, decltype(&DeviceIoControl)> const failControl("DeviceIoControl", FALSE);
+    unsigned int missed = 0; // calls without which one of the disks isn't found
+    FailEachCall(
+        [&missed](unsigned int call)
+        {
+            FailureScope const failure(call);
+            GMDiskIDImpl some;
+            EXPECT_TRUE(some.LoadDiskInfo());
+            missed += some.GetCount() != 2;
+        });
+    EXPECT_EQ(2u, missed); // those of the port, which has a disk that no other channel sees
     EXPECT_EQ(handles, HandleCount());
 }
 
