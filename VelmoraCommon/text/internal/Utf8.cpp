@@ -174,13 +174,12 @@ Utf8Progress ConvertUtf8(char const * bytes, std::size_t length, wchar_t * units
             *to++ = static_cast<wchar_t>(*from++);
             continue;
         }
-        if (*from - 0xC2u < 0xE0 - 0xC2) // C0 and C1 would only lengthen ASCII
+        auto const isAtTwo = [&] // C0 and C1 would only lengthen ASCII
+        { return end - from >= 2 && *from - 0xC2u < 0xE0 - 0xC2 && IsContinuation(from[1]); };
+        while (isAtTwo())
         {
-            if (end - from < 2 || !IsContinuation(from[1]))
-                return progress();
             *to++ = static_cast<wchar_t>((*from & 0x1F) << 6 | (from[1] & 0x3F));
             from += 2;
-            continue;
         }
         // Chinese texts are made of runs of three bytes each. Four are read for three.
         std::uint32_t c = 0;
@@ -193,7 +192,7 @@ Utf8Progress ConvertUtf8(char const * bytes, std::size_t length, wchar_t * units
                 break;
         }
         unsigned int const lead = from == end ? 0 : *from;
-        if (lead < 0x80 || lead - 0xC2 < 0xE0 - 0xC2)
+        if (lead < 0x80 || isAtTwo())
             continue; // the run has ended
         int const more = lead < 0xF0 ? 2 : 3;
         if (lead < 0xE0 || lead > 0xF4 || end - from <= more) // or 80 to BF, which can't come first
