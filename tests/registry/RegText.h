@@ -48,21 +48,14 @@ std::string Failure(Run run)
         run();
         return "none";
     }
-    catch (std::runtime_error const & failure)
-    {
-        return std::string("runtime_error: ") + failure.what();
-    }
-    catch (std::invalid_argument const & failure)
-    {
-        return std::string("invalid_argument: ") + failure.what();
-    }
-    catch (std::out_of_range const &)
-    {
-        return "out_of_range";
-    }
     catch (std::exception const & failure)
     {
-        return failure.what();
+        char const * const kind =
+            dynamic_cast<std::runtime_error const *>(&failure)      ? "runtime_error: "
+            : dynamic_cast<std::invalid_argument const *>(&failure) ? "invalid_argument: "
+                                                                    : "";
+        bool const isRange = dynamic_cast<std::out_of_range const *>(&failure) != nullptr;
+        return isRange ? "out_of_range" : std::string(kind) + failure.what();
     }
 }
 
