@@ -1,5 +1,6 @@
 // Crashes of child processes.
 #include <algorithm>
+#include <cstring>
 
 #include <gtest/gtest.h>
 
@@ -82,10 +83,11 @@ TEST(GMMemDumper, ReportsACrashAndEndsTheProcess)
     ASSERT_EQ(report.size() - end.size(), report.find(end));
     std::string dump = ReadBytes(report.substr(begin.size(), report.find(end) - begin.size()));
     MINIDUMP_DIRECTORY * directory;
-    MINIDUMP_EXCEPTION_STREAM * stream;
-    ASSERT_TRUE(MiniDumpReadDumpStream(dump.data(), ExceptionStream, &directory,
-                                       reinterpret_cast<void **>(&stream), nullptr));
-    EXPECT_EQ(EXCEPTION_ACCESS_VIOLATION, stream->ExceptionRecord.ExceptionCode);
+    void * found;
+    ASSERT_TRUE(MiniDumpReadDumpStream(dump.data(), ExceptionStream, &directory, &found, nullptr));
+    MINIDUMP_EXCEPTION_STREAM stream; // it lies anywhere in a dump
+    std::memcpy(&stream, found, sizeof stream);
+    EXPECT_EQ(EXCEPTION_ACCESS_VIOLATION, stream.ExceptionRecord.ExceptionCode);
     EXPECT_EQ(L"other ", Crash(EXCEPTION_STACK_OVERFLOW).substr(0, 6));
     for (DWORD call = 1; call <= 4; ++call)
         EXPECT_EQ(L"", Crash(0xE0000010 + call));
