@@ -190,7 +190,8 @@ TEST(GMWindowUtils, AsksForAFolder)
     s_dialogHeard.clear();
     WNDCLASSW dialog = {};
     dialog.lpszClassName = L"Velmora browse dialog";
-    dialog.lpfnWndProc = [](HWND window, UINT message, WPARAM number, LPARAM text) -> LRESULT
+    dialog.lpfnWndProc =
+        +[](HWND window, UINT message, WPARAM number, LPARAM text) WINAPI -> LRESULT
     {
         if (message < WM_USER)
             return DefWindowProcW(window, message, number, text);
