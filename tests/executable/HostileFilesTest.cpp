@@ -1,20 +1,22 @@
-// Executable and icon files from anywhere, cut and damaged. Whatever they hold, nothing outside of them
-// is read, and they take no more memory than their size allows.
+// Executable and icon files, damaged. Whatever they hold, nothing outside of them is read, and they
+// take no more memory than their size allows.
 #include <filesystem>
+#include <functional>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
 #include "VelmoraCommon/executable/GMDependsFinder.h"
 #include "VelmoraCommon/executable/GMFileCertificate.h"
 #include "VelmoraCommon/executable/GMIconConvert.h"
+#include "VelmoraCommon/executable/GMIconExtract.h"
 #include "VelmoraCommon/executable/GMIconFile.h"
 #include "VelmoraCommon/executable/GMPEDepend.h"
-#include "tests/executable/IconProgramQuestions.h"
+#include "tests/executable/IconBytes.h"
 #include "tests/executable/Subjects.h"
 #include "tests/support/AllocationMeter.h"
 #include "tests/support/LongRun.h"
 #include "tests/support/Mutator.h"
-#include "tests/support/RealFiles.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace Velmora::Testing
@@ -32,7 +34,31 @@ void AskImports(Path const & path)
     GMPEDepend().GetDependFiles(path, L"", 1);
 }
 
-void AskIcons(Path const & path) { AskIconProgram(path); }
+/// Icons that are made without a size are shared, and the system keeps what they take.
+HICON WINAPI MakeUnshared(BYTE * bytes, DWORD size, BOOL isIcon, DWORD version)
+{
+    return CreateIconFromResourceEx(bytes, size, isIcon, version, 0, 0, LR_DEFAULTSIZE);
+}
+
+/// \return how many groups there are
+std::size_t AskIcons(Path const & path)
+{
+    ImportHook const hook("CreateIconFromResource", &MakeUnshared);
+    DestroyIcon(GMIconConvert::LoadIconFromFile(path.c_str(), 32, 32));
+    GMIconExtract extract(path);
+    Path saved = path + L".ico";
+    extract.SaveIcon(saved);
+    std::vector<unsigned long long> numbers;
+    auto const names = extract.GetIconIDs(numbers);
+    for (std::size_t i = 0; i != std::min<std::size_t>(names.size() + numbers.size(), 8); ++i)
+    {
+        wchar_t const * const group =
+            i < names.size() ? names[i].c_str() : MAKEINTRESOURCEW(numbers[i - names.size()]);
+        DestroyIcon(extract.GetIcon(group, 32, 32, 8, true));
+        DestroyIcon(extract.GetIcon(group, 0xFFFFFFFF));
+    }
+    return names.size() + numbers.size();
+}
 
 void AskIconFile(Path const & path)
 {
@@ -51,83 +77,116 @@ void AskVersion(Path const & path)
     GMString text;
     certificate.GetProductVersion(text);
     certificate.GetProductComments(text);
-    certificate.GetProductSpecialBuild(text);
-}
-
-struct Case
-{
-    char const * what;
-    std::string sound;
-    void (*ask)(Path const & path);
-    std::vector<std::pair<std::size_t, std::size_t>> parts; // which are damaged one at a time
-    std::size_t shortest = 0; // of files whose last byte is to be that of a page; 0 for others
-};
-
-std::vector<Case> Cases()
-{
-    std::size_t tables = 0;
-    std::string const icons = IconProgramBytes(SampleIcons(), &tables);
-    std::size_t const data = icons.find(SampleIcons().images[0]);
-    std::string const imports = ProgramBytes({"a.dll", "b.dll"}, {"c.dll"});
-    std::string const iconFile = IconFileBytes({{16, 16, 16, 4, BitmapImage(16, 16, 4)},
-                                                {32, 32, 0, 8, BitmapImage(32, 32, 8)},
-                                                {0, 0, 0, 32, PngStart(0, 0)}});
-    std::vector<Case> cases = {
-        {"imports", imports, &AskImports, {{0, 0x400}, {sectionOffset, imports.size()}}},
-        {"icons", icons, &AskIcons, {{0, 0x400}, {data, icons.size()}}, sectionOffset},
-        {"tables of icons", icons, &AskIcons, {{tables, icons.size()}}, sectionOffset},
-        {"icon file", iconFile, &AskIconFile, {{0, iconFile.size()}, {0, 54}}}};
-    for (char const * const kind : {"32", "64"})
-    {
-        auto files = RealFiles(kind);
-        files.resize(std::min<std::size_t>(files.size(), 2));
-        for (Path const & path : files)
-        {
-            std::string const bytes = ReadBytes(path);
-            cases.push_back({"real imports", bytes, &AskImports, {{0, 0x600}, {0, bytes.size()}}});
-        }
-    }
-    if (std::filesystem::exists(SignedSubject()))
-    {
-        std::string const whole = ReadBytes(SignedSubject());
-        std::size_t const signature = ReadBytes(Subject()).size();
-        std::size_t const version = whole.find(std::string("V\0S\0_\0", 6)) - 6;
-        std::size_t const versionEnd = std::min(version + 0x700, signature);
-        cases.push_back({"version and signature",
-                         whole,
-                         &AskVersion,
-                         {{signature, whole.size()}, {version, versionEnd}}});
-    }
-    return cases;
 }
 
 } // namespace
 
 TEST(HostileFiles, AreAskedWithoutHarm)
 {
+    std::size_t tables = 0;
+    std::string const icons = IconProgramBytes(SampleIcons(), &tables);
+    std::string const imports = ProgramBytes({"a.dll", "b.dll"}, {"c.dll"});
+    std::string const iconFile = IconFileBytes({{16, 16, 16, 4, BitmapImage(16, 16, 4)},
+                                                {32, 32, 0, 8, BitmapImage(32, 32, 8)},
+                                                {0, 0, 0, 32, PngStart(0, 0)}});
+    struct Case
+    {
+        std::string sound;
+        std::size_t begin; // of what is damaged
+        std::size_t end;
+        std::function<void(Path const & path)> ask;
+    };
+    std::vector<Case> cases = {
+        {imports, 0, sectionOffset, &AskImports}, // headers
+        {imports, sectionOffset, imports.size(), &AskImports},
+        {icons, 0, sectionOffset, &AskIcons},
+        {icons, icons.find(SampleIcons().images[0]), icons.size(), &AskIcons},
+        {icons, tables, icons.size(), &AskIcons},
+        {iconFile, 0, 54, &AskIconFile}, // the directory
+        {iconFile, 0, iconFile.size(), &AskIconFile},
+    };
+    if (std::filesystem::exists(SignedSubject()))
+    {
+        std::string const whole = ReadBytes(SignedSubject());
+        std::size_t const version = whole.find(std::string("V\0S\0_\0", 6)) - 6;
+        cases.push_back({whole, version, version + 0x700, &AskVersion});
+        cases.push_back({whole, ReadBytes(Subject()).size(), whole.size(), &AskVersion});
+    }
     TemporaryFolder const folder;
     Mutator mutator(11);
-    for (Case const & each : Cases())
+    for (auto const & [sound, begin, end, ask] : cases)
     {
-        SCOPED_TRACE(each.what);
-        std::string const & sound = each.sound;
-        auto const ask = [&](std::string const & bytes)
+        SCOPED_TRACE(end);
+        for (unsigned int i = Rounds(400, 100'000); i != 0; --i)
         {
-            Path const path = folder.Write(L"a.exe", each.shortest != 0 ? AlignEnd(bytes) : bytes);
+            std::string const bytes = sound.substr(0, begin) +
+                                      mutator.Mutate(sound.substr(begin, end - begin)) +
+                                      sound.substr(end);
+            Path const path = folder.Write(L"a.exe", bytes);
             AllocationMeter const meter;
-            each.ask(path);
+            ask(path);
             EXPECT_LE(meter.Peak(), 64 * bytes.size() + (16u << 20));
-        };
-        std::size_t const steps = Rounds(300, 100'000);
-        for (std::size_t i = 0; i != steps; ++i)
-            ask(sound.substr(0, each.shortest + (sound.size() - each.shortest) * i / steps));
-        for (unsigned int i = Rounds(600, 100'000); i != 0; --i)
-        {
-            auto const & [begin, end] = mutator.Generator().Pick(each.parts);
-            ask(sound.substr(0, begin) + mutator.Mutate(sound.substr(begin, end - begin)) +
-                sound.substr(end));
         }
     }
+}
+
+TEST(HostileFiles, KeepTheSystemFromIconsOutsideOfThem)
+{
+    TemporaryFolder const folder;
+    IconProgram const icons = SampleIcons();
+    std::size_t tables = 0;
+    std::string const sound = IconProgramBytes(icons, &tables);
+    constexpr std::size_t groups = 72; // the table, and behind it that of the first's languages
+    constexpr std::size_t languages = 112 + 3 * 40;
+    auto const end = static_cast<DWORD>(sectionRva + sound.size() - sound.find(icons.images[0]));
+    auto const lastName = static_cast<DWORD>(sound.size() - tables - 4) | tableBit;
+    std::tuple<char const *, std::size_t, std::string, std::size_t> const damages[] = {
+        // what is put where in the tables, and how many groups there are then
+        {"groups are the root", 16 + 12, Raw(tableBit), 2},
+        {"65,535 groups claimed", groups + 12, Raw(0xFFFF0001), 0},
+        {"groups behind the file", 16 + 12, Raw(0xFFFFFFF0), 0},
+        {"languages behind the file", groups + 16 + 12, Raw(tableBit | 0x10000), 0},
+        {"name behind the file", groups + 16, Raw(0xFFFFFFFE), 0},
+        {"name that ends behind the file", groups + 16, Raw(lastName), 0},
+        {"data instead of languages", groups + 16 + 12, Raw(0), 3},
+        {"place behind the file", languages + 20, Raw(DWORD(sound.size() - tables - 15)), 0},
+        // The last bytes of the file for those of the first image, and of the first group.
+        {"image of 35 bytes", languages - 3 * 40 + 24, Raw(end - 35, 35), 3},
+        {"image beyond the file", languages - 3 * 40 + 24, Raw(end - 35, 40), 3},
+        {"group of 5 bytes", languages + 24, Raw(end - 5, 5), 3},
+    };
+    for (auto const & [what, at, damage, groupCount] : damages)
+    {
+        std::string bytes = sound;
+        bytes.replace(tables + at, damage.size(), damage);
+        EXPECT_EQ(groupCount, AskIcons(folder.Write(L"a.exe", bytes))) << what;
+    }
+    std::string const sections = Patched(sound, ntOffset + 6, WORD(0xFFFF)); // behind the file
+    EXPECT_EQ(0u, AskIcons(folder.Write(L"a.exe", sections)));
+
+    std::string const image = BitmapImage(32, 32, 32);
+    std::tuple<std::string, std::string, bool> const groupsToSave[] = {
+        {image, GroupBytes(std::vector<WORD>(15, 1)), true},
+        {image, GroupBytes(std::vector<WORD>(0xFFFF, 1)), false}, // too much together
+        {image, Patched(GroupBytes({1}), 4, WORD(0xFFFF)), false},
+        {image.substr(0, 39), GroupBytes({1}), false},
+    };
+    for (auto const & [bytes, group, isReadable] : groupsToSave)
+    {
+        Path const path = folder.Write(std::to_wstring(isReadable) + L".exe",
+                                       IconProgramBytes({{bytes}, {group}}));
+        EXPECT_EQ(1u, AskIcons(path));
+        EXPECT_EQ(isReadable, std::filesystem::exists(path + L".ico"));
+    }
+
+    // Names that all are the same text come to more than the file.
+    IconProgram const many = {
+        {image}, std::vector<std::string>(200, GroupBytes({1})), std::wstring(3000, L'N')};
+    std::string bytes = IconProgramBytes(many, &tables);
+    EXPECT_EQ(200u, AskIcons(folder.Write(L"a.exe", bytes)));
+    for (std::size_t first = tables + 72, i = 1; i != 200; ++i)
+        bytes.replace(first + 8 * i, 4, bytes, first, 4);
+    EXPECT_EQ(0u, AskIcons(folder.Write(L"a.exe", bytes)));
 }
 
 } // namespace Velmora::Testing

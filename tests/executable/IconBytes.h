@@ -69,11 +69,10 @@ inline std::string IconFileBytes(std::vector<IconFileEntry> const & entries)
     return bytes + images;
 }
 
-/// A group of the images with the numbers \p ids; it may claim to have another number of them.
-inline std::string GroupBytes(std::vector<WORD> const & ids, int claimed = -1)
+/// A group of the images with the numbers \p ids.
+inline std::string GroupBytes(std::vector<WORD> const & ids)
 {
-    std::string bytes =
-        Raw(WORD(0), WORD(1), static_cast<WORD>(claimed < 0 ? ids.size() : unsigned(claimed)));
+    std::string bytes = Raw(WORD(0), WORD(1), static_cast<WORD>(ids.size()));
     for (WORD const id : ids)
         bytes += std::string("\x20\x20\0\0\x01\0\x20\0\0\0\0\0", 12) + Raw(id);
     return bytes;
@@ -96,49 +95,53 @@ struct IconProgram
     std::vector<std::string> images;
     std::vector<std::string> groups;
     std::wstring firstName = {};
-
-    // Where the tables are, counted from the first, which begins with 16 bytes as they all do. An
-    // entry has 8.
-    std::size_t GroupTable() const { return 16 + 2 * 8 + 16 + images.size() * 8; }
-    std::size_t LanguageTables() const { return GroupTable() + 16 + groups.size() * 8; }
 };
 constexpr DWORD tableBit = 0x80000000; // of an offset that leads to a table, or to a name
 
-/// The bytes of \p program. The tables stand last, from \p tables on.
+inline IconProgram SampleIcons()
+{
+    return {{BitmapImage(16, 16, 4), BitmapImage(32, 32, 8), PngStart(48, 48)},
+            {GroupBytes({1, 2, 3}), GroupBytes({2, 1}), GroupBytes({3})},
+            L"NAME"};
+}
+
+/// The bytes of \p program. The tables stand last, from \p tables on: of types, of images, of groups,
+/// each with 16 bytes and 8 for an entry; then for each image and group a table of one language, and
+/// the place of the bytes.
 inline std::string IconProgramBytes(IconProgram const & program, std::size_t * tables = nullptr)
 {
-    auto const number = [](std::size_t value) { return static_cast<DWORD>(value); };
     auto const table = [](std::size_t named, std::size_t numbered)
-    { return Raw(0ull, 0ul, static_cast<WORD>(named), static_cast<WORD>(numbered)); };
+    { return Raw(0ull, 0ul, WORD(named), WORD(numbered)); };
     std::size_t const images = program.images.size();
-    std::size_t const all = images + program.groups.size();
-    std::size_t const leaves = program.LanguageTables() + 24 * all;
+    std::size_t const groups = program.groups.size();
+    DWORD const places = DWORD(64 + 8 * (images + groups));
+    DWORD const nameOffset = DWORD(places + 40 * (images + groups));
     std::wstring const & name = program.firstName;
-    std::size_t const named = name.empty() ? 0 : 1;
-    std::string entries[2]; // of images, of groups
-    std::string languages, leafBytes, data;
-    for (std::size_t i = 0; i != all; ++i)
+    std::string imageEntries, groupEntries, placeBytes, data;
+    auto const add = [&](std::string & entries, DWORD id, std::string const & bytes)
     {
-        bool const isGroup = i >= images;
-        std::string const & bytes = isGroup ? program.groups[i - images] : program.images[i];
-        entries[isGroup] += Raw(i == images && named != 0 ? number(leaves + 16 * all) | tableBit
-                                                          : number(isGroup ? i - images : i) + 1,
-                                number(program.LanguageTables() + 24 * i) | tableBit);
-        languages += table(0, 1) + Raw(0x409, number(leaves + 16 * i));
-        leafBytes += Raw(number(sectionRva + data.size()), number(bytes.size()), 0ull);
+        DWORD const place = DWORD(places + placeBytes.size());
+        entries += Raw(id, place | tableBit);
+        placeBytes += table(0, 1) + Raw(0x409, place + 24, DWORD(sectionRva + data.size()),
+                                        DWORD(bytes.size()), 0ull);
         data += bytes;
-    }
-    std::string bytes = table(0, 2) +
-                        Raw(3, 32 | tableBit, 14, number(program.GroupTable()) | tableBit) +
-                        table(0, images) + entries[0] + table(named, all - images - named) +
-                        entries[1] + languages + leafBytes + Raw(static_cast<WORD>(name.size()));
+    };
+    for (std::size_t i = 0; i != images; ++i)
+        add(imageEntries, DWORD(i + 1), program.images[i]);
+    for (std::size_t i = 0; i != groups; ++i)
+        add(groupEntries, i == 0 && !name.empty() ? nameOffset | tableBit : DWORD(i + 1),
+            program.groups[i]);
+    std::size_t const named = name.empty() ? 0 : 1;
+    std::string bytes = table(0, 2) + Raw(3, 32 | tableBit, 14, DWORD(48 + 8 * images) | tableBit) +
+                        table(0, images) + imageEntries + table(named, groups - named) +
+                        groupEntries + placeBytes + Raw(WORD(name.size()));
     bytes.append(reinterpret_cast<char const *>(name.data()), name.size() * sizeof(wchar_t));
-    std::string const file = AlignEnd(
-        FileBytes(data + bytes, {{IMAGE_DIRECTORY_ENTRY_RESOURCE,
-                                  {number(sectionRva + data.size()), number(bytes.size())}}}));
+    DWORD const rva = DWORD(sectionRva + data.size());
+    data = AlignEnd(
+        FileBytes(data + bytes, {{IMAGE_DIRECTORY_ENTRY_RESOURCE, {rva, DWORD(bytes.size())}}}));
     if (tables != nullptr)
-        *tables = file.size() - bytes.size();
-    return file;
+        *tables = data.size() - bytes.size();
+    return data;
 }
 
 } // namespace Velmora::Testing

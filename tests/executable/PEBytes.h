@@ -70,33 +70,26 @@ inline std::string FileBytes(std::string const & section,
 inline std::string ProgramBytes(std::vector<std::string> const & imports,
                                 std::vector<std::string> const & delayed = {})
 {
-    auto const importSize =
-        static_cast<DWORD>((imports.size() + 1) * sizeof(IMAGE_IMPORT_DESCRIPTOR));
-    auto const delaySize =
-        static_cast<DWORD>((delayed.size() + 1) * sizeof(IMAGE_DELAYLOAD_DESCRIPTOR));
+    auto const sizeOf = [](std::vector<std::string> const & names, std::size_t each)
+    { return DWORD(names.empty() ? 0 : (names.size() + 1) * each); };
+    DWORD const importSize = sizeOf(imports, sizeof(IMAGE_IMPORT_DESCRIPTOR));
+    DWORD const delaySize = sizeOf(delayed, sizeof(IMAGE_DELAYLOAD_DESCRIPTOR));
     std::string section(importSize + delaySize, '\0');
-    std::vector<std::pair<int, IMAGE_DATA_DIRECTORY>> directories;
     for (std::size_t i = 0; i != imports.size(); ++i)
     {
-        IMAGE_IMPORT_DESCRIPTOR descriptor = {};
-        descriptor.Name = static_cast<DWORD>(sectionRva + section.size());
-        descriptor.FirstThunk = sectionRva;
-        Place(section, i * sizeof(descriptor), descriptor);
+        DWORD const name = DWORD(sectionRva + section.size());
+        Place(section, i * 20, IMAGE_IMPORT_DESCRIPTOR{{0}, 0, 0, name, sectionRva});
         section += imports[i] + '\0';
     }
     for (std::size_t i = 0; i != delayed.size(); ++i)
     {
-        IMAGE_DELAYLOAD_DESCRIPTOR descriptor = {};
-        descriptor.DllNameRVA = static_cast<DWORD>(sectionRva + section.size());
-        Place(section, importSize + i * sizeof(descriptor), descriptor);
+        Place(section, importSize + i * 32 + 4, DWORD(sectionRva + section.size())); // of the name
         section += delayed[i] + '\0';
     }
-    if (!imports.empty())
-        directories.push_back({IMAGE_DIRECTORY_ENTRY_IMPORT, {sectionRva, importSize}});
-    if (!delayed.empty())
-        directories.push_back(
-            {IMAGE_DIRECTORY_ENTRY_DELAY_IMPORT, {sectionRva + importSize, delaySize}});
-    return FileBytes(section, directories);
+    DWORD const delayRva = delayed.empty() ? 0 : sectionRva + importSize;
+    return FileBytes(
+        section, {{IMAGE_DIRECTORY_ENTRY_IMPORT, {imports.empty() ? 0 : sectionRva, importSize}},
+                  {IMAGE_DIRECTORY_ENTRY_DELAY_IMPORT, {delayRva, delaySize}}});
 }
 
 } // namespace Velmora::Testing
