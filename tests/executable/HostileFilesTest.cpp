@@ -48,16 +48,12 @@ std::size_t AskIcons(Path const & path)
     GMIconExtract extract(path);
     Path saved = path + L".ico";
     extract.SaveIcon(saved);
-    std::vector<unsigned long long> numbers;
-    auto const names = extract.GetIconIDs(numbers);
-    for (std::size_t i = 0; i != std::min<std::size_t>(names.size() + numbers.size(), 8); ++i)
+    for (wchar_t const * const group : {L"NAME", L"#1", L"#2"})
     {
-        wchar_t const * const group =
-            i < names.size() ? names[i].c_str() : MAKEINTRESOURCEW(numbers[i - names.size()]);
         DestroyIcon(extract.GetIcon(group, 32, 32, 8, true));
         DestroyIcon(extract.GetIcon(group, 0xFFFFFFFF));
     }
-    return names.size() + numbers.size();
+    return extract.GetIconNums();
 }
 
 void AskIconFile(Path const & path)
