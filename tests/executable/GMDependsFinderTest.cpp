@@ -2,11 +2,11 @@
 
 #include <set>
 #include <sstream>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
 #include "VelmoraCommon/executable/GMPEDepend.h"
-#include "VelmoraCommon/text/GMStringConvert.h"
 #include "VelmoraCommon/text/GMStringUtils.h"
 #include "tests/executable/IconBytes.h"
 #include "tests/support/AllocationMeter.h"
@@ -26,13 +26,8 @@ TEST(GMDependsFinder, ListsNamesInFileOrder)
     constexpr std::size_t importSize =
         ntOffset + offsetof(IMAGE_NT_HEADERS32, OptionalHeader.DataDirectory) + 8 + 4;
     constexpr std::size_t delayTable = sectionOffset + 4 * 20;
-    struct Case
-    {
-        char const * what;
-        std::string bytes;
-        Names names; // none where it fails
-    };
-    Case const cases[] = {
+    std::tuple<char const *, std::string, Names> const cases[] = {
+        // no names where it fails
         {"case and repetition", program, all},
         {"delay imports alone", ProgramBytes({}, {"late.dll"}), {L"late.dll"}},
         {"size told", Patched(program, importSize, DWORD(39)), {all[0], all[3]}},
@@ -46,63 +41,56 @@ TEST(GMDependsFinder, ListsNamesInFileOrder)
         {"sections cut off", Patched(program, ntOffset + 6, WORD(0xFFFF)), {}},
     };
     TemporaryFolder const folder;
-    for (Case const & each : cases)
+    for (auto const & [what, bytes, expected] : cases)
     {
-        SCOPED_TRACE(each.what);
         Names names;
-        EXPECT_EQ(!each.names.empty(),
-                  GMDependsFinder::GetDependLibrarys(folder.Write(L"a.exe", each.bytes), names));
-        EXPECT_EQ(each.names, names);
+        EXPECT_EQ(!expected.empty(),
+                  GMDependsFinder::GetDependLibrarys(folder.Write(L"a.exe", bytes), names));
+        EXPECT_EQ(expected, names) << what;
     }
-    Names names = {L"before"};
-    EXPECT_FALSE(GMDependsFinder::GetDependLibrarys(folder.File(L"missing"), names));
-    EXPECT_EQ(Names{L"before"}, names);
 }
 
 TEST(GMDependsFinder, ComparesWholeNamesWithoutCase)
 {
     TemporaryFolder const folder;
     std::wstring const path = folder.Write(L"a.exe", ProgramBytes({"KERNEL32.dll", "wild*.dll"}));
-    std::wstring const none = folder.File(L"none");
-    for (wchar_t const * const name : {L"kernel32.dll", L"WILDER.dll"}) // the file's star counts
-        EXPECT_TRUE(GMDependsFinder::CheckDependLibrary(path, name)) << name;
-    for (wchar_t const * const name : {L"kernel*", L"kernel32.dl"})
-        EXPECT_FALSE(GMDependsFinder::CheckDependLibrary(path, name)) << name;
-    EXPECT_FALSE(GMDependsFinder::CheckDependLibrary(none, L"kernel32.dll"));
+    std::vector<GMString> const asked = {L"kernel32.dll", L"WILDER.dll", // the file's star counts
+                                         L"kernel*", L"kernel32.dl"};
+    std::vector<bool> const expected = {true, true, false, false};
     std::vector<bool> found = {true};
-    EXPECT_TRUE(GMDependsFinder::CheckDependLibrarys(path, {L"a.dll", L"Kernel32.DLL"}, found));
-    EXPECT_EQ((std::vector<bool>{false, true}), found);
-    EXPECT_FALSE(GMDependsFinder::CheckDependLibrarys(none, {L"a.dll"}, found));
-    EXPECT_EQ(2u, found.size());
-    EXPECT_FALSE(GMDependsFinder::CheckDependLibrarys(path, {}, found));
-    EXPECT_TRUE(found.empty());
+    EXPECT_TRUE(GMDependsFinder::CheckDependLibrarys(path, asked, found));
+    EXPECT_EQ(expected, found);
+    EXPECT_FALSE(GMDependsFinder::CheckDependLibrarys(folder.File(L"none"), asked, found));
+    EXPECT_EQ(expected, found); // as it was
+    EXPECT_FALSE(GMDependsFinder::CheckDependLibrarys(path, {L"kernel*"}, found));
+    EXPECT_EQ(std::vector<bool>{false}, found);
+    for (std::size_t i = 0; i != asked.size(); ++i)
+        EXPECT_EQ(expected[i], GMDependsFinder::CheckDependLibrary(path, asked[i])) << i;
+    EXPECT_FALSE(GMDependsFinder::CheckDependLibrary(folder.File(L"none"), asked[0]));
 }
 
 TEST(GMDependsFinder, AgreesWithAnotherReaderOnRealFiles)
 {
     auto const files = RealFiles("32");
     VELMORA_SKIP_WITHOUT(files);
+    GMPEDepend depend;
     for (std::wstring const & path : files)
     {
-        SCOPED_TRACE(GMStringConvert::GMStringToUtf8(path));
         std::istringstream lines(ReadBytes(path + L".imports"));
-        Names expected;
-        std::set<GMString> expectedKeys;
+        Names expected, names;
         for (std::string line; std::getline(lines, line);)
-        {
             expected.emplace_back(line.begin(), line.end());
-            GMString key = expected.back();
-            GMStringUtils::MakeLower(key);
-            expectedKeys.insert(key);
-        }
-        Names names;
         EXPECT_TRUE(GMDependsFinder::GetDependLibrarys(path, names));
-        EXPECT_EQ(expected, names);
-        std::set<GMString> keys;
-        GMPEDepend depend;
+        EXPECT_EQ(expected, names) << testing::PrintToString(path);
+        std::set<GMString> expectedKeys, keys;
+        for (GMString & each : expected)
+        {
+            GMStringUtils::MakeLower(each);
+            expectedKeys.insert(each);
+        }
         for (auto const & [name, file] : depend.GetDependFiles(path, L"", 1))
             keys.insert(name);
-        EXPECT_EQ(expectedKeys, keys);
+        EXPECT_EQ(expectedKeys, keys) << testing::PrintToString(path);
     }
 }
 
@@ -113,41 +101,37 @@ TEST(GMDependsFinder, BoundsWhatHostileImportsCost)
     DWORD const tableSize = (count + 2) * static_cast<DWORD>(sizeof(IMAGE_IMPORT_DESCRIPTOR));
     std::string const names = std::string(255, 'x') + '\0' + "other.dll" + '\0';
     TemporaryFolder const folder;
-    struct Case
-    {
-        char const * what;
-        DWORD places;      // of names
-        WORD moreSections; // in front of the one that counts
-        bool isOtherFound; // the library behind the many
+    std::tuple<char const *, DWORD, WORD, bool> const cases[] = {
+        // places of names, sections in front of the one that counts, and whether the library behind
+        // the many is found
+        {"one name again and again", 1, 0, true},
+        {"long names", 250, 0, false},
+        {"many sections", 250, 65'000, false},
     };
-    for (Case const & each : {Case{"one name again and again", 1, 0, true},
-                              {"long names", 250, 0, false},
-                              {"many sections", 250, 65'000, false}})
+    for (auto const & [what, places, moreSections, isOtherFound] : cases)
     {
-        SCOPED_TRACE(each.what);
+        SCOPED_TRACE(what);
         std::string table;
         for (DWORD i = 0; i <= count; ++i)
         {
-            DWORD const name = sectionRva + tableSize + (i == count ? 256 : i % each.places);
+            DWORD const name = sectionRva + tableSize + (i == count ? 256 : i % places);
             table += Raw(IMAGE_IMPORT_DESCRIPTOR{{0}, 0, 0, name, 1});
         }
         table.resize(tableSize);
         std::string bytes =
             FileBytes(table + names, {{IMAGE_DIRECTORY_ENTRY_IMPORT, {sectionRva, tableSize}}});
-        std::size_t const headers = each.moreSections * sizeof(IMAGE_SECTION_HEADER);
-        Place(bytes, ntOffset + 6, static_cast<WORD>(each.moreSections + 1));
+        DWORD const headers = moreSections * DWORD(sizeof(IMAGE_SECTION_HEADER));
+        Place(bytes, ntOffset + 6, static_cast<WORD>(moreSections + 1));
         Place(bytes, sectionsOffset + offsetof(IMAGE_SECTION_HEADER, PointerToRawData),
-              static_cast<DWORD>(sectionOffset + headers));
+              sectionOffset + headers);
         bytes.insert(sectionsOffset, headers, '\0');
         std::wstring const path = folder.Write(L"a.exe", bytes);
 
         DWORD const start = GetTickCount();
         AllocationMeter const meter;
         Names found;
-        EXPECT_TRUE(GMDependsFinder::GetDependLibrarys(path, found));
-        EXPECT_FALSE(found.empty());
-        EXPECT_EQ(each.isOtherFound,
-                  GMPEDepend().GetDependFiles(path, L"", 1).count(L"other.dll") != 0);
+        EXPECT_TRUE(GMDependsFinder::GetDependLibrarys(path, found) && !found.empty());
+        EXPECT_EQ(isOtherFound, GMPEDepend().GetDependFiles(path, L"", 1).count(L"other.dll") != 0);
         EXPECT_LE(meter.Peak(), 8 * bytes.size() + (16u << 20));
         EXPECT_LT(GetTickCount() - start, 10'000u);
     }
