@@ -8,7 +8,7 @@
 
 #include "VelmoraCommon/executable/GMPEDepend.h"
 #include "VelmoraCommon/text/GMStringUtils.h"
-#include "tests/executable/IconBytes.h"
+#include "tests/executable/SampleFiles.h"
 #include "tests/support/AllocationMeter.h"
 #include "tests/support/GuardHeap.h"
 #include "tests/support/RealFiles.h"

@@ -4,8 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/executable/PEBytes.h"
-#include "tests/executable/Subjects.h"
+#include "tests/executable/SampleFiles.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace Velmora::Testing

@@ -17,7 +17,7 @@ using std::min;
 
 #include "VelmoraCommon/executable/GMIconExtract.h"
 #include "VelmoraCommon/frame/internal/ScopedGdiHandle.h"
-#include "tests/executable/IconBytes.h"
+#include "tests/executable/SampleFiles.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/HandleCount.h"
 #include "tests/support/TemporaryFolder.h"

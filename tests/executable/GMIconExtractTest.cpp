@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/executable/IconBytes.h"
+#include "tests/executable/SampleFiles.h"
 #include "tests/support/ImportHook.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -34,17 +34,6 @@ std::string Chosen(GMIconExtract & extract, Arguments... arguments)
     return extract.GetIcon(arguments...) != nullptr ? s_chosen : "";
 }
 
-void * NoMemory(std::size_t) { return nullptr; }
-
-/// The system, without memory for whom it calls back; an exception that passes it ends the program.
-BOOL WINAPI EnumerateWithoutMemory(HMODULE module, LPCWSTR type, ENUMRESNAMEPROCW callback,
-                                   LONG_PTR object) noexcept
-{
-    wchar_t name[] = L"a long name";
-    ImportHook const hook("malloc", &NoMemory, L"libstdc++-6.dll");
-    return callback(module, type, name, object);
-}
-
 } // namespace
 
 TEST(GMIconExtract, FindsGroupsAndImages)
@@ -53,10 +42,6 @@ TEST(GMIconExtract, FindsGroupsAndImages)
     IconProgram const program = SampleIcons();
     GMIconExtract extract(folder.File(L"no.exe"));
     extract = GMIconExtract(GMIconExtract(folder.Write(L"a.exe", IconProgramBytes(program))));
-    {
-        ImportHook const hook("EnumResourceNamesW", &EnumerateWithoutMemory);
-        EXPECT_THROW(extract.GetIconNums(), std::bad_alloc);
-    }
     std::vector<unsigned long long> numbers = {99};
     EXPECT_EQ(std::vector<GMString>{L"NAME"}, extract.GetIconIDs(numbers));
     EXPECT_EQ((std::vector<unsigned long long>{2, 3}), numbers);
@@ -87,43 +72,30 @@ TEST(GMIconExtract, FindsGroupsAndImages)
 
 TEST(GMIconExtract, ChoosesTheImage)
 {
-    struct Case
-    {
-        std::vector<std::pair<int, WORD>> images; // side and depth; 0 for a PNG stream
-        int side;
-        unsigned int depth;
-        bool isExact;
-        std::size_t chosen; // counted from 1; 0 for none
+    IconProgram program = {{BitmapImage(16, 16, 8), BitmapImage(32, 32, 4), BitmapImage(32, 32, 8),
+                            BitmapImage(32, 32, 8) + "x", BitmapImage(32, 32, 32),
+                            BitmapImage(64, 64, 24), PngStart(64, 64)},
+                           {}};
+    std::tuple<std::vector<WORD>, int, unsigned int, bool, WORD> const cases[] = {
+        // the images of a group, by their numbers; side and depth, and whether these must be met;
+        // the number of the image that is chosen, 0 for none
+        {{2, 5, 3}, 32, 4, true, 2},   {{2, 5, 3}, 32, 16, true, 0},
+        {{2, 5, 3}, 32, 16, false, 5},                             // the deepest
+        {{1, 3, 4}, 32, 8, true, 3},                               // the first of two alike
+        {{1, 3}, 48, 32, false, 1},                                // larger, but not deeper
+        {{1, 5}, 48, 32, false, 5},    {{6, 5}, 48, 32, false, 6}, // deeper, but smaller
+        {{6, 7}, 64, 32, true, 7},     {{}, 32, 32, false, 0},
     };
-    Case const cases[] = {
-        {{{32, 4}, {32, 32}, {32, 8}}, 32, 4, true, 1},
-        {{{32, 4}, {32, 32}, {32, 8}}, 32, 16, true, 0},
-        {{{32, 4}, {32, 32}, {32, 8}}, 32, 16, false, 2}, // the deepest
-        {{{16, 8}, {32, 8}, {32, 8}}, 32, 8, true, 2},    // the first of two alike
-        {{{16, 8}, {32, 8}}, 48, 32, false, 1},           // larger, but not deeper
-        {{{16, 8}, {32, 32}}, 48, 32, false, 2},
-        {{{32, 8}, {16, 32}}, 48, 32, false, 1}, // deeper, but smaller
-        {{{64, 24}, {64, 0}}, 64, 32, true, 2},
-        {{}, 32, 32, false, 0},
-    };
+    for (auto const & each : cases)
+        program.groups.push_back(GroupBytes(std::get<0>(each)));
     TemporaryFolder const folder;
-    for (Case const & each : cases)
+    GMIconExtract extract(folder.Write(L"a.exe", IconProgramBytes(program)));
+    WORD group = 0;
+    for (auto const & [ids, side, depth, isExact, chosen] : cases)
     {
-        IconProgram program;
-        std::vector<WORD> ids;
-        for (auto const & [side, depth] : each.images)
-        {
-            program.images.push_back((depth == 0 ? PngStart(static_cast<BYTE>(side), 64)
-                                                 : BitmapImage(side, side, depth)) +
-                                     std::string(ids.size(), 'x')); // tells those alike apart
-            ids.push_back(static_cast<WORD>(program.images.size()));
-        }
-        program.groups = {GroupBytes(ids)};
-        GMIconExtract extract(folder.Write(L"a.exe", IconProgramBytes(program)));
-        std::string const chosen =
-            Chosen(extract, MAKEINTRESOURCEW(1), each.side, each.side, each.depth, each.isExact);
-        EXPECT_TRUE(chosen == (each.chosen == 0 ? "" : program.images[each.chosen - 1]))
-            << &each - cases;
+        std::string const image =
+            Chosen(extract, MAKEINTRESOURCEW(++group), side, side, depth, isExact);
+        EXPECT_TRUE(image == (chosen == 0 ? "" : program.images[chosen - 1u])) << group;
     }
 }
 

@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/executable/IconBytes.h"
+#include "tests/executable/SampleFiles.h"
 #include "tests/support/ImportHook.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -17,16 +17,12 @@ namespace
 
 using Files = std::map<GMString, GMString>;
 
-/// Stands for the system's folder (0) and that of Windows (1).
-template <int Number>
-struct Stand
+/// Stands for the folder of Windows.
+std::wstring s_windows;
+UINT WINAPI GiveWindows(wchar_t * buffer, UINT size)
 {
-    static inline std::wstring s_folder;
-    static UINT WINAPI Give(wchar_t * buffer, UINT size)
-    {
-        return static_cast<UINT>(s_folder.copy(buffer, size));
-    }
-};
+    return static_cast<UINT>(s_windows.copy(buffer, size));
+}
 
 } // namespace
 
@@ -65,42 +61,41 @@ TEST(GMPEDepend, WalksImportsToADepth)
 
 TEST(GMPEDepend, SearchesPlaceByPlace)
 {
-    TemporaryFolder const folders[4];
-    Stand<0>::s_folder = folders[2].Path();
-    Stand<1>::s_folder = folders[3].Path();
-    ImportHook const systemHook("GetSystemDirectoryW", &Stand<0>::Give);
-    ImportHook const windowsHook("GetWindowsDirectoryW", &Stand<1>::Give);
-    std::wstring const root = folders[0].File(L"a.exe");
+    TemporaryFolder const folder, extra, windows;
+    s_windows = windows.Path();
+    ImportHook const hook("GetWindowsDirectoryW", &GiveWindows);
+    wchar_t system[MAX_PATH] = {};
+    GetSystemDirectoryW(system, MAX_PATH);
     auto const find = [&](std::wstring const & name)
-    { return GMPEDepend::GetDllFullPath(name, root, folders[1].Path()); };
+    { return GMPEDepend::GetDllFullPath(name, folder.File(L"a.exe"), extra.Path()); };
 
-    // Behind the four comes the search path, in which Windows has a folder with this program.
-    for (TemporaryFolder const & folder : folders)
-        folder.Write(L"wmic.exe");
-    for (TemporaryFolder const & folder : folders)
+    auto const finds = [&](std::filesystem::path const & path)
+    { return find(path.filename()) == path.wstring(); };
+
+    windows.Write(L"notepad.exe"); // the system's folder has one, too
+    for (TemporaryFolder const * const each : {&folder, &extra})
     {
-        EXPECT_EQ(folder.File(L"wmic.exe"), find(L"wmic.exe"));
-        std::filesystem::remove(folder.File(L"wmic.exe"));
+        extra.Write(L"notepad.exe");
+        EXPECT_TRUE(finds(each->Write(L"notepad.exe")));
+        std::filesystem::remove(each->File(L"notepad.exe"));
     }
-    std::filesystem::path const found = find(L"wmic.exe");
-    EXPECT_TRUE(found.is_absolute() && std::filesystem::exists(found));
-    std::filesystem::create_directory(folders[1].File(L"v-folder.dll"));
+    EXPECT_TRUE(finds(std::wstring(system) + L"\\notepad.exe"));
+    EXPECT_TRUE(finds(windows.Write(L"wmic.exe")));
+    std::filesystem::remove(windows.File(L"wmic.exe")); // another one is in the search path
+    EXPECT_TRUE(std::filesystem::path(find(L"wmic.exe")).is_absolute());
+    std::filesystem::create_directory(extra.File(L"v-folder.dll"));
     EXPECT_EQ(L"", find(L"v-folder.dll")); // folders aren't libraries
 
     // The folder of the run time comes last.
-    std::pair<std::wstring, bool> const cases[] = {{L"Microsoft.VC9990.CRT\\msvcr9990.dll", true},
-                                                   {L"Microsoft.VC9990.CRT\\msvcp9990.dll", true},
-                                                   {L"Microsoft.VC9990.CRT\\msvcx9990.dll", false},
-                                                   {L"Microsoft.VC0.CRT\\msvcp.dll", false}};
-    for (auto const & [file, isFound] : cases)
+    std::wstring const runtime = L"Microsoft.VC9990.CRT\\";
+    for (std::wstring const name : {L"msvcr9990.dll", L"msvcp9990.dll"})
     {
-        std::wstring const path = folders[0].Write(file);
-        std::wstring const name = file.substr(file.find(L'\\') + 1);
-        EXPECT_EQ(isFound ? path : L"", find(name));
-        EXPECT_EQ(L"", GMPEDepend::GetDllFullPath(name, L"a.exe", folders[1].Path()));
+        EXPECT_TRUE(finds(folder.Write(runtime + name)));
+        EXPECT_EQ(L"", GMPEDepend::GetDllFullPath(name, L"a.exe", extra.Path()));
+        EXPECT_TRUE(finds(windows.Write(name)));
     }
-    std::wstring const inWindows = folders[3].Write(L"msvcr9990.dll");
-    EXPECT_EQ(inWindows, find(L"msvcr9990.dll"));
+    EXPECT_FALSE(finds(folder.Write(runtime + L"msvcx9990.dll")));
+    EXPECT_FALSE(finds(folder.Write(L"Microsoft.VC0.CRT\\msvcp.dll")));
 }
 
 TEST(GMPEDepend, TakesNamesWithinTheFileOnly)

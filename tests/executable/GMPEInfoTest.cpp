@@ -1,8 +1,10 @@
 #include "VelmoraCommon/executable/GMPEInfo.h"
 
+#include <tuple>
+
 #include <gtest/gtest.h>
 
-#include "tests/executable/PEBytes.h"
+#include "tests/executable/SampleFiles.h"
 #include "tests/support/GuardBuffer.h"
 
 namespace Velmora::Testing
@@ -20,16 +22,9 @@ TEST(GMPEInfo, TranslatesAddressesWithinSections)
         ntOffset + offsetof(IMAGE_NT_HEADERS32, OptionalHeader.SectionAlignment);
     constexpr std::size_t ntField = offsetof(IMAGE_DOS_HEADER, e_lfanew);
     constexpr DWORD end = sectionRva + 0x1000;
-    struct Case
-    {
-        char const * what;
-        std::vector<std::pair<std::size_t, DWORD>> patches;
-        DWORD rva;
-        int offset;
-        bool isInSection;
-    };
-    Case const cases[] = {
-        {"start of the section", {}, sectionRva, sectionOffset, true},
+    using Patches = std::vector<std::pair<std::size_t, DWORD>>;
+    std::tuple<char const *, Patches, DWORD, int, bool> const cases[] = {
+        // what is patched, the address, its offset, and whether it is in the section
         {"last byte of the data", {{rawSize, 8}}, sectionRva + 7, 0x407, true},
         {"behind the data", {{rawSize, 8}}, sectionRva + 8, -1, true},
         {"last byte but one", {{rawSize, 0x1000}}, end - 2, 0x13FE, true},
@@ -43,17 +38,17 @@ TEST(GMPEInfo, TranslatesAddressesWithinSections)
         {"65,535 sections claimed, not found", {{sectionCount, 0xFFFF}}, 0xF0000000, -1, false},
         {"headers near 4 GiB", {{ntField, 0xFFFFFF88}}, sectionRva, -1, false},
     };
-    for (Case const & each : cases)
+    for (auto const & [what, patches, rva, offset, isInSection] : cases)
     {
-        SCOPED_TRACE(each.what);
         std::string bytes = ProgramBytes({"a.dll"});
-        for (auto const & [at, value] : each.patches)
+        for (auto const & [at, value] : patches)
             Place(bytes, at, value);
         GuardBuffer<char> const guarded(bytes);
         GMPEInfo const info(guarded.Data(), static_cast<unsigned int>(bytes.size()));
-        EXPECT_EQ(each.offset, info.RvaToOffset(each.rva));
-        unsigned char const * const name = info.GetSectionNameByRva(each.rva);
-        EXPECT_STREQ(each.isInSection ? ".idata" : nullptr, reinterpret_cast<char const *>(name));
+        EXPECT_EQ(offset, info.RvaToOffset(rva)) << what;
+        unsigned char const * const name = info.GetSectionNameByRva(rva);
+        EXPECT_STREQ(isInSection ? ".idata" : nullptr, reinterpret_cast<char const *>(name))
+            << what;
     }
     GMPEInfo const info(nullptr, 0);
     EXPECT_EQ(8192ul, info.Align(4097, 4096));

@@ -2,7 +2,7 @@
 #include <map>
 #include <vector>
 
-#include "tests/executable/PEBytes.h"
+#include "tests/executable/SampleFiles.h"
 #include "tests/tools/ToolTest.h"
 
 namespace Velmora::Testing
