@@ -112,47 +112,46 @@ TEST(HostileFiles, KeepTheSystemFromIconsOutsideOfThem)
     IconProgram const icons = SampleIcons();
     std::size_t tables = 0;
     std::string const sound = IconProgramBytes(icons, &tables);
-    constexpr std::size_t groups = 72; // the table, and behind it that of the first's languages
-    constexpr std::size_t languages = 112 + 3 * 40;
+    std::size_t const groups =
+        tables + 72; // the table, and behind it that of the first's languages
+    std::size_t const languages = tables + 112 + 3 * 40;
+    std::size_t const group = sound.find(icons.groups[0]); // the bytes
     auto const end = static_cast<DWORD>(sectionRva + sound.size() - sound.find(icons.images[0]));
     auto const lastName = static_cast<DWORD>(sound.size() - tables - 4) | tableBit;
-    std::tuple<char const *, std::size_t, std::string, std::size_t> const damages[] = {
-        // what is put where in the tables, and how many groups there are then
-        {"groups are the root", 16 + 12, Raw(tableBit), 2},
-        {"65,535 groups claimed", groups + 12, Raw(0xFFFF0001), 0},
-        {"groups behind the file", 16 + 12, Raw(0xFFFFFFF0), 0},
-        {"languages behind the file", groups + 16 + 12, Raw(tableBit | 0x10000), 0},
-        {"name behind the file", groups + 16, Raw(0xFFFFFFFE), 0},
-        {"name that ends behind the file", groups + 16, Raw(lastName), 0},
-        {"data instead of languages", groups + 16 + 12, Raw(0), 3},
-        {"place behind the file", languages + 20, Raw(DWORD(sound.size() - tables - 15)), 0},
+    std::tuple<char const *, std::size_t, std::string, std::size_t, bool> const damages[] = {
+        // what is put where, how many groups there are then, and whether the first can be saved
+        {"nothing", 0, "", 3, true},
+        {"groups are the root", tables + 16 + 12, Raw(tableBit), 2, false},
+        {"65,535 groups claimed", groups + 12, Raw(0xFFFF0001), 0, false},
+        {"groups behind the file", tables + 16 + 12, Raw(0xFFFFFFF0), 0, false},
+        {"languages behind the file", groups + 16 + 12, Raw(tableBit | 0x10000), 0, false},
+        {"name behind the file", groups + 16, Raw(0xFFFFFFFE), 0, false},
+        {"name that ends behind the file", groups + 16, Raw(lastName), 0, false},
+        {"data instead of languages", groups + 16 + 12, Raw(0), 3, true},
+        {"place behind the file", languages + 20, Raw(DWORD(sound.size() - tables - 15)), 0, false},
         // The last bytes of the file for those of the first image, and of the first group.
-        {"image of 35 bytes", languages - 3 * 40 + 24, Raw(end - 35, 35), 3},
-        {"image beyond the file", languages - 3 * 40 + 24, Raw(end - 35, 40), 3},
-        {"group of 5 bytes", languages + 24, Raw(end - 5, 5), 3},
+        {"image of 35 bytes", languages - 3 * 40 + 24, Raw(end - 35, 35), 3, false},
+        {"image beyond the file", languages - 3 * 40 + 24, Raw(end - 35, 40), 3, false},
+        {"group of 5 bytes", languages + 24, Raw(end - 5, 5), 3, false},
+        {"65,535 images claimed", group + 4, Raw(WORD(0xFFFF)), 3, false},
+        {"sections behind the file", ntOffset + 6, Raw(WORD(0xFFFF)), 0, false},
     };
-    for (auto const & [what, at, damage, groupCount] : damages)
+    for (auto const & [what, at, damage, groupCount, isSaved] : damages)
     {
         std::string bytes = sound;
-        bytes.replace(tables + at, damage.size(), damage);
-        EXPECT_EQ(groupCount, Ask(folder.Write(L"a.exe", bytes))) << what;
+        bytes.replace(at, damage.size(), damage);
+        Path const path = folder.Write(L"a.exe", bytes);
+        EXPECT_EQ(groupCount, Ask(path)) << what;
+        EXPECT_EQ(isSaved, std::filesystem::remove(path + L".ico")) << what;
     }
-    std::string const sections = Patched(sound, ntOffset + 6, WORD(0xFFFF)); // behind the file
-    EXPECT_EQ(0u, Ask(folder.Write(L"a.exe", sections)));
 
     std::string const image = BitmapImage(32, 32, 32);
-    std::tuple<std::string, std::string, bool> const groupsToSave[] = {
-        {image, GroupBytes(std::vector<WORD>(15, 1)), true},
-        {image, GroupBytes(std::vector<WORD>(0xFFFF, 1)), false}, // too much together
-        {image, Patched(GroupBytes({1}), 4, WORD(0xFFFF)), false},
-        {image.substr(0, 39), GroupBytes({1}), false},
-    };
-    for (auto const & [bytes, group, isReadable] : groupsToSave)
+    for (std::size_t const count : {15, 0xFFFF}) // too much together
     {
-        Path const path = folder.Write(std::to_wstring(isReadable) + L".exe",
-                                       IconProgramBytes({{bytes}, {group}}));
+        IconProgram const program = {{image}, {GroupBytes(std::vector<WORD>(count, 1))}};
+        Path const path = folder.Write(L"a.exe", IconProgramBytes(program));
         EXPECT_EQ(1u, Ask(path));
-        EXPECT_EQ(isReadable, std::filesystem::exists(path + L".ico"));
+        EXPECT_EQ(count == 15, std::filesystem::remove(path + L".ico"));
     }
 
     // Names that all are the same text come to more than the file.

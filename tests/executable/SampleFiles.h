@@ -49,32 +49,23 @@ constexpr DWORD sectionOffset = 0x400;
 inline std::string FileBytes(std::string const & section,
                              std::vector<std::pair<int, IMAGE_DATA_DIRECTORY>> const & directories)
 {
-    IMAGE_DOS_HEADER dos = {};
-    dos.e_magic = IMAGE_DOS_SIGNATURE;
-    dos.e_lfanew = ntOffset;
     IMAGE_NT_HEADERS32 headers = {};
     headers.Signature = IMAGE_NT_SIGNATURE;
-    headers.FileHeader.Machine = IMAGE_FILE_MACHINE_I386;
-    headers.FileHeader.NumberOfSections = 1;
-    headers.FileHeader.SizeOfOptionalHeader = sizeof(headers.OptionalHeader);
-    headers.FileHeader.Characteristics = IMAGE_FILE_EXECUTABLE_IMAGE;
+    headers.FileHeader = {IMAGE_FILE_MACHINE_I386,    1, 0, 0, 0, sizeof(headers.OptionalHeader),
+                          IMAGE_FILE_EXECUTABLE_IMAGE};
     headers.OptionalHeader.Magic = IMAGE_NT_OPTIONAL_HDR32_MAGIC;
     headers.OptionalHeader.SectionAlignment = 0x1000;
     headers.OptionalHeader.SizeOfHeaders = sectionOffset;
     headers.OptionalHeader.NumberOfRvaAndSizes = IMAGE_NUMBEROF_DIRECTORY_ENTRIES;
     for (auto const & [index, directory] : directories)
         headers.OptionalHeader.DataDirectory[index] = directory;
-    IMAGE_SECTION_HEADER header = {};
-    std::memcpy(header.Name, ".idata", 6);
-    header.Misc.VirtualSize = static_cast<DWORD>(section.size());
-    header.VirtualAddress = sectionRva;
-    header.SizeOfRawData = static_cast<DWORD>(section.size());
-    header.PointerToRawData = sectionOffset;
-
+    DWORD const size = DWORD(section.size());
     std::string file(sectionOffset, '\0');
-    Place(file, 0, dos);
+    Place(file, 0, WORD(IMAGE_DOS_SIGNATURE));
+    Place(file, offsetof(IMAGE_DOS_HEADER, e_lfanew), ntOffset);
     Place(file, ntOffset, headers);
-    Place(file, sectionsOffset, header);
+    Place(file, sectionsOffset,
+          IMAGE_SECTION_HEADER{".idata", {size}, sectionRva, size, sectionOffset, 0, 0, 0, 0, 0});
     return file + section;
 }
 
