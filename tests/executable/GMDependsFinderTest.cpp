@@ -25,7 +25,6 @@ TEST(GMDependsFinder, ListsNamesInFileOrder)
     Names const all = {L"KERNEL32.dll", L"b.dll", L"b.dll", L"Late.dll"};
     constexpr std::size_t importSize =
         ntOffset + offsetof(IMAGE_NT_HEADERS32, OptionalHeader.DataDirectory) + 8 + 4;
-    constexpr std::size_t delayTable = sectionOffset + 4 * 20;
     std::tuple<char const *, std::string, Names> const cases[] = {
         // no names where it fails
         {"case and repetition", program, all},
@@ -33,7 +32,9 @@ TEST(GMDependsFinder, ListsNamesInFileOrder)
         {"size told", Patched(program, importSize, DWORD(39)), {all[0], all[3]}},
         {"a thunk of 0", Patched(program, sectionOffset + 16, DWORD(0)), {all[3]}},
         {"size beyond the file", Patched(program, importSize, 0xFFFFFFFF), all},
-        {"no delayed name", Patched(program, delayTable + 4, DWORD(0)), {all[0], all[1], all[1]}},
+        {"no delayed name",
+         Patched(program, sectionOffset + 84, DWORD(0)),
+         {all[0], all[1], all[1]}},
         {"name cut at 259", ProgramBytes({std::string(400, 'x')}), {GMString(259, L'x')}},
         {"not an image", Patched(program, ntOffset + 22, WORD(0)), {}},
         {"no MZ", Patched(program, 0, 'm'), {}},

@@ -16,16 +16,14 @@ TEST(GMFileCertificate, ReadsTheTextsOfBothTranslations)
 {
     Certificate certificate(Subject());
     bool (Certificate::*const operations[])(GMString & value) = {
-        &Certificate::GetProductComments, // in the first alone
-        &Certificate::GetProductCompanyName,
-        &Certificate::GetProductFileDescription, // in both
-        &Certificate::GetProductFileVersion,      &Certificate::GetProductInternalName,
-        &Certificate::GetProductLegalCopyright,   &Certificate::GetProductLegalTrademarks,
-        &Certificate::GetProductOriginalFileName, &Certificate::GetProductPrivateBuild,
-        &Certificate::GetProductProductName,      &Certificate::GetProductProductVersion,
-        &Certificate::GetProductSpecialBuild,     &Certificate::GetProductVersion,
-    };
-    GMString value, all;
+        &Certificate::GetProductComments,        &Certificate::GetProductCompanyName,
+        &Certificate::GetProductFileDescription, &Certificate::GetProductFileVersion,
+        &Certificate::GetProductInternalName,    &Certificate::GetProductLegalCopyright,
+        &Certificate::GetProductLegalTrademarks, &Certificate::GetProductOriginalFileName,
+        &Certificate::GetProductPrivateBuild,    &Certificate::GetProductProductName,
+        &Certificate::GetProductProductVersion,  &Certificate::GetProductSpecialBuild,
+        &Certificate::GetProductVersion};
+    GMString value, all; // the first is in one translation alone, the third in both
     for (auto const get : operations)
     {
         EXPECT_TRUE((certificate.*get)(value));
@@ -36,8 +34,8 @@ TEST(GMFileCertificate, ReadsTheTextsOfBothTranslations)
               all);
     EXPECT_TRUE(certificate.GetProductInfo(L"Missing", value));
     EXPECT_EQ(L"1.2.3.4", value); // as it was
-    wchar_t const longName[] = L"A name of thirty-eight units in all!!! and more";
-    EXPECT_TRUE(certificate.GetProductInfo(longName, value));
+    EXPECT_TRUE(
+        certificate.GetProductInfo(L"A name of thirty-eight units in all!!! and more", value));
     EXPECT_EQ(L"whole", value);
     ULARGE_INTEGER number = {};
     EXPECT_TRUE(certificate.GetProductVersion(number));

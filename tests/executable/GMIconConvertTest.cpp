@@ -47,8 +47,7 @@ Pixels PixelsOf(HBITMAP made)
 {
     ScopedBitmap const bitmap(made);
     DIBSECTION section = {};
-    if (GetObjectW(bitmap.Get(), sizeof(section), &section) == 0)
-        return {};
+    GetObjectW(bitmap.Get(), sizeof(section), &section);
     auto const * const bits = static_cast<DWORD const *>(section.dsBm.bmBits);
     return Pixels(bits, bits + section.dsBm.bmWidth * section.dsBm.bmHeight);
 }
@@ -111,7 +110,6 @@ TEST(GMIconConvert, DrawsIconsOfAllDepthsWithTheirAlpha)
     std::wstring const path = folder.File(L"a.png");
     for (WORD const depth : std::initializer_list<WORD>{1, 8, 24, 32})
     {
-        SCOPED_TRACE(depth);
         IconProgram const program = {{BitmapImage(32, 32, depth)}, {GroupBytes({1})}};
         GMIconExtract extract(folder.Write(L"icon.exe", IconProgramBytes(program)));
         ScopedIcon const icon(CopyIcon(extract.GetIcon(nullptr, 1)));
@@ -127,7 +125,7 @@ TEST(GMIconConvert, DrawsIconsOfAllDepthsWithTheirAlpha)
         {
             before = GdiObjectCount(); // the system keeps some from their first use on
             SIZE tooLarge = {0x7FFF, 0x7FFFFFF};
-            EXPECT_TRUE(expected == PixelsOf(GMIconConvert::IconToBitmap(icon.Get(), nullptr)));
+            EXPECT_EQ(expected, PixelsOf(GMIconConvert::IconToBitmap(icon.Get(), nullptr)));
             EXPECT_EQ(nullptr, GMIconConvert::IconToBitmap(icon.Get(), &tooLarge));
             EXPECT_TRUE(GMIconConvert::GdiplusSaveHIconToPng(icon.Get(), path.c_str()));
             EXPECT_FALSE(GMIconConvert::GdiplusSaveHIconToPng(icon.Get(), folder.Path().c_str()));
@@ -166,11 +164,10 @@ TEST(GMIconConvert, LoadsIconsOfFiles)
     int const small = GetSystemMetrics(SM_CXSMICON) * GetSystemMetrics(SM_CYSMICON);
     IconProgram const half = {{BitmapImage(16, 16, 8), ""}, {GroupBytes({1, 2})}};
     // The image for the small icon may lead the system out of the file. No other one matters.
-    DWORD const outside = 0x40000000;
     std::pair<std::wstring, int> const files[] = {
         {folder.Write(L"a.ico", whole), 64 * 64},
-        {folder.Write(L"small.ico", Patched(whole, 6 + 12, outside)), 0},
-        {folder.Write(L"large.ico", Patched(whole, 6 + 32 + 12, outside)), 64 * 64},
+        {folder.Write(L"small.ico", Patched(whole, 6 + 12, DWORD(0x40000000))), 0},
+        {folder.Write(L"large.ico", Patched(whole, 6 + 32 + 12, DWORD(0x40000000))), 64 * 64},
         {folder.Write(L"a.exe", IconProgramBytes(half)), small},
         {L"user32.dll", small},
         {folder.File(L"missing.ico"), 0}};

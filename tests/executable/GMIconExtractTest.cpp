@@ -135,6 +135,13 @@ TEST(GMIconExtract, SavesTheFirstGroup)
                                {0, 0, 0, 0, BitmapImage(256, 256, 8, 0)},
                                {0, 0, 0, 0, PngStart(64, 64)},
                                {24, 20, 0, 24, BitmapImage(24, 20, 24, 0)}}) == ReadBytes(path));
+    for (std::size_t const count : {15, 0xFFFF}) // too much together
+    {
+        IconProgram const alike = {{BitmapImage(32, 32, 32)},
+                                   {GroupBytes(std::vector<WORD>(count, 1))}};
+        GMIconExtract many(folder.Write(L"many.exe", IconProgramBytes(alike)));
+        EXPECT_EQ(count == 15, many.SaveIcon(path));
+    }
 }
 
 } // namespace Velmora::Testing

@@ -40,16 +40,15 @@ TEST(GMIconFile, FindsTheNextLargerSize)
 TEST(GMIconFile, ReadsImagesWithinTheFile)
 {
     TemporaryFolder const folder;
-    std::wstring const path =
-        folder.Write(L"a.ico", IconFileBytes({{16, 16, 0, 8, "", 1000}, // claims too much
-                                              {16, 16, 0, 4, "small"},
-                                              {0, 0, 0, 8, "no size"},
-                                              {0, 0, 0, 32, "large"},
-                                              {24, 24, 0, 32, "", 0xFFFFFFFF},
-                                              {32, 32, 0, 32, "to the end"}}));
+    std::string const bytes = IconFileBytes({{16, 16, 0, 8, "too large"},
+                                             {16, 16, 0, 4, "small"},
+                                             {0, 0, 0, 8, "no size"},
+                                             {0, 0, 0, 32, "large"},
+                                             {24, 24, 0, 32, "to the end"}});
+    std::wstring const path = folder.Write(L"a.ico", Patched(bytes, 6 + 8, 0xFFFFFFFF));
     GMIconFile icon(path);
     std::pair<int, char const *> const images[] = {
-        {16, "small"}, {256, "large"}, {0, "no size"}, {24, ""}, {48, ""}, {32, "to the end"}};
+        {16, "small"}, {256, "large"}, {0, "no size"}, {48, ""}, {24, "to the end"}};
     GMBuffer<unsigned char> buffer;
     for (auto const & [side, image] : images)
     {

@@ -1,5 +1,6 @@
 #include "VelmoraCommon/executable/GMPEInfo.h"
 
+#include <map>
 #include <tuple>
 
 #include <gtest/gtest.h>
@@ -17,18 +18,15 @@ TEST(GMPEInfo, TranslatesAddressesWithinSections)
     constexpr std::size_t rawSize = sectionsOffset + 16;
     constexpr std::size_t rawOffset = sectionsOffset + 20;
     constexpr std::size_t sectionCount = ntOffset + 6; // with half of the time stamp
-    constexpr std::size_t alignment =
-        ntOffset + offsetof(IMAGE_NT_HEADERS32, OptionalHeader.SectionAlignment);
+    constexpr std::size_t alignment = ntOffset + 56;
     constexpr std::size_t ntField = offsetof(IMAGE_DOS_HEADER, e_lfanew);
-    constexpr DWORD end = sectionRva + 0x1000;
-    using Patches = std::vector<std::pair<std::size_t, DWORD>>;
-    std::tuple<char const *, Patches, DWORD, int, bool> const cases[] = {
+    std::tuple<char const *, std::map<std::size_t, DWORD>, DWORD, int, bool> const cases[] = {
         // what is patched, the address, its offset, and whether it is in the section
         {"last byte of the data", {{rawSize, 8}}, sectionRva + 7, 0x407, true},
         {"behind the data", {{rawSize, 8}}, sectionRva + 8, -1, true},
-        {"last byte but one", {{rawSize, 0x1000}}, end - 2, 0x13FE, true},
-        {"last byte", {{rawSize, 0x1000}}, end - 1, -1, true},
-        {"behind the section", {{rawSize, 0x2000}}, end, -1, false},
+        {"last byte but one", {{rawSize, 0x1000}}, sectionRva + 0xFFE, 0x13FE, true},
+        {"last byte", {{rawSize, 0x1000}}, sectionRva + 0xFFF, -1, true},
+        {"behind the section", {{rawSize, 0x2000}}, sectionRva + 0x1000, -1, false},
         {"empty in memory at 0", {{virtualSize, 0}, {address, 0}}, 5, -1, false},
         {"without alignment, within", {{alignment, 0}}, sectionRva + 1, sectionOffset + 1, true},
         {"end beyond 4 GiB", {{address, 0xFFFFF000}, {virtualSize, ~0u}}, 0xFFFFF001, 0x401, true},

@@ -23,8 +23,6 @@ namespace Velmora::Testing
 namespace
 {
 
-using Path = std::wstring;
-
 /// Icons that are made without a size are shared, and the system keeps what they take.
 HICON WINAPI MakeUnshared(BYTE * bytes, DWORD size, BOOL isIcon, DWORD version)
 {
@@ -32,7 +30,7 @@ HICON WINAPI MakeUnshared(BYTE * bytes, DWORD size, BOOL isIcon, DWORD version)
 }
 
 /// Has all readers read a file. \return how many groups of icons there are
-std::size_t Ask(Path const & path)
+std::size_t Ask(std::wstring const & path)
 {
     std::vector<GMString> names;
     GMDependsFinder::GetDependLibrarys(path, names);
@@ -43,7 +41,6 @@ std::size_t Ask(Path const & path)
     EXPECT_TRUE(certificate.GetFileSigner(signer) || signer.name + signer.serial == L"nameserial");
     GMString text;
     certificate.GetProductVersion(text);
-    certificate.GetProductComments(text);
 
     GMIconFile icon(path);
     GMBuffer<unsigned char> buffer;
@@ -53,7 +50,7 @@ std::size_t Ask(Path const & path)
 
     ImportHook const hook("CreateIconFromResource", &MakeUnshared);
     GMIconExtract extract(path);
-    Path saved = path + L".ico";
+    std::wstring saved = path + L".ico";
     extract.SaveIcon(saved);
     for (wchar_t const * const group : {L"NAME", L"#1", L"#2"})
     {
@@ -75,11 +72,10 @@ TEST(HostileFiles, AreAskedWithoutHarm)
                                                 {0, 0, 0, 32, PngStart(0, 0)}});
     std::vector<std::tuple<std::string, std::size_t, std::size_t>> cases = {
         // what is damaged from where to where
-        {imports, 0, sectionOffset}, // headers
+        {imports, 0, imports.size()},
         {imports, sectionOffset, imports.size()},
         {icons, icons.find(SampleIcons().images[0]), icons.size()},
         {icons, tables, icons.size()},
-        {iconFile, 0, 54}, // the directory
         {iconFile, 0, iconFile.size()},
     };
     if (std::filesystem::exists(SignedSubject()))
@@ -98,7 +94,7 @@ TEST(HostileFiles, AreAskedWithoutHarm)
             std::string const bytes = sound.substr(0, begin) +
                                       mutator.Mutate(sound.substr(begin, end - begin)) +
                                       sound.substr(end);
-            Path const path = folder.Write(L"a.exe", bytes);
+            std::wstring const path = folder.Write(L"a.exe", bytes);
             AllocationMeter const meter;
             Ask(path);
             EXPECT_LE(meter.Peak(), 64 * bytes.size() + (16u << 20));
@@ -115,7 +111,6 @@ TEST(HostileFiles, KeepTheSystemFromIconsOutsideOfThem)
     std::size_t const groups =
         tables + 72; // the table, and behind it that of the first's languages
     std::size_t const languages = tables + 112 + 3 * 40;
-    std::size_t const group = sound.find(icons.groups[0]); // the bytes
     auto const end = static_cast<DWORD>(sectionRva + sound.size() - sound.find(icons.images[0]));
     auto const lastName = static_cast<DWORD>(sound.size() - tables - 4) | tableBit;
     std::tuple<char const *, std::size_t, std::string, std::size_t, bool> const damages[] = {
@@ -133,30 +128,21 @@ TEST(HostileFiles, KeepTheSystemFromIconsOutsideOfThem)
         {"image of 35 bytes", languages - 3 * 40 + 24, Raw(end - 35, 35), 3, false},
         {"image beyond the file", languages - 3 * 40 + 24, Raw(end - 35, 40), 3, false},
         {"group of 5 bytes", languages + 24, Raw(end - 5, 5), 3, false},
-        {"65,535 images claimed", group + 4, Raw(WORD(0xFFFF)), 3, false},
+        {"65,535 images claimed", sound.find(icons.groups[0]) + 4, Raw(WORD(0xFFFF)), 3, false},
         {"sections behind the file", ntOffset + 6, Raw(WORD(0xFFFF)), 0, false},
     };
     for (auto const & [what, at, damage, groupCount, isSaved] : damages)
     {
         std::string bytes = sound;
         bytes.replace(at, damage.size(), damage);
-        Path const path = folder.Write(L"a.exe", bytes);
+        std::wstring const path = folder.Write(L"a.exe", bytes);
         EXPECT_EQ(groupCount, Ask(path)) << what;
         EXPECT_EQ(isSaved, std::filesystem::remove(path + L".ico")) << what;
     }
 
-    std::string const image = BitmapImage(32, 32, 32);
-    for (std::size_t const count : {15, 0xFFFF}) // too much together
-    {
-        IconProgram const program = {{image}, {GroupBytes(std::vector<WORD>(count, 1))}};
-        Path const path = folder.Write(L"a.exe", IconProgramBytes(program));
-        EXPECT_EQ(1u, Ask(path));
-        EXPECT_EQ(count == 15, std::filesystem::remove(path + L".ico"));
-    }
-
     // Names that all are the same text come to more than the file.
     IconProgram const many = {
-        {image}, std::vector<std::string>(200, GroupBytes({1})), std::wstring(3000, L'N')};
+        {""}, std::vector<std::string>(200, GroupBytes({1})), std::wstring(3000, L'N')};
     std::string bytes = IconProgramBytes(many, &tables);
     EXPECT_EQ(200u, Ask(folder.Write(L"a.exe", bytes)));
     for (std::size_t first = tables + 72, i = 1; i != 200; ++i)

@@ -74,10 +74,8 @@ inline std::string FileBytes(std::string const & section,
 inline std::string ProgramBytes(std::vector<std::string> const & imports,
                                 std::vector<std::string> const & delayed = {})
 {
-    auto const sizeOf = [](std::vector<std::string> const & names, std::size_t each)
-    { return DWORD(names.empty() ? 0 : (names.size() + 1) * each); };
-    DWORD const importSize = sizeOf(imports, sizeof(IMAGE_IMPORT_DESCRIPTOR));
-    DWORD const delaySize = sizeOf(delayed, sizeof(IMAGE_DELAYLOAD_DESCRIPTOR));
+    DWORD const importSize = imports.empty() ? 0 : DWORD(imports.size() + 1) * 20;
+    DWORD const delaySize = delayed.empty() ? 0 : DWORD(delayed.size() + 1) * 32;
     std::string section(importSize + delaySize, '\0');
     for (std::size_t i = 0; i != imports.size(); ++i)
     {
@@ -137,7 +135,6 @@ struct IconFileEntry
     BYTE colors;
     WORD bits;
     std::string image = {};
-    DWORD beyond = 0; ///< added to the size
 };
 
 /// The bytes of an icon file.
@@ -148,7 +145,7 @@ inline std::string IconFileBytes(std::vector<IconFileEntry> const & entries)
     for (IconFileEntry const & each : entries)
     {
         bytes += Raw(each.width, each.height, each.colors, '\0', WORD(1), each.bits,
-                     static_cast<DWORD>(each.image.size() + each.beyond),
+                     static_cast<DWORD>(each.image.size()),
                      static_cast<DWORD>(6 + 16 * entries.size() + images.size()));
         images += each.image;
     }
@@ -202,7 +199,6 @@ inline std::string IconProgramBytes(IconProgram const & program, std::size_t * t
     std::size_t const groups = program.groups.size();
     DWORD const places = DWORD(64 + 8 * (images + groups));
     DWORD const nameOffset = DWORD(places + 40 * (images + groups));
-    std::wstring const & name = program.firstName;
     std::string imageEntries, groupEntries, placeBytes, data;
     auto const add = [&](std::string & entries, DWORD id, std::string const & bytes)
     {
@@ -215,13 +211,15 @@ inline std::string IconProgramBytes(IconProgram const & program, std::size_t * t
     for (std::size_t i = 0; i != images; ++i)
         add(imageEntries, DWORD(i + 1), program.images[i]);
     for (std::size_t i = 0; i != groups; ++i)
-        add(groupEntries, i == 0 && !name.empty() ? nameOffset | tableBit : DWORD(i + 1),
+        add(groupEntries,
+            i == 0 && !program.firstName.empty() ? nameOffset | tableBit : DWORD(i + 1),
             program.groups[i]);
-    std::size_t const named = name.empty() ? 0 : 1;
+    std::size_t const named = program.firstName.empty() ? 0 : 1;
     std::string bytes = table(0, 2) + Raw(3, 32 | tableBit, 14, DWORD(48 + 8 * images) | tableBit) +
                         table(0, images) + imageEntries + table(named, groups - named) +
-                        groupEntries + placeBytes + Raw(WORD(name.size()));
-    bytes.append(reinterpret_cast<char const *>(name.data()), name.size() * sizeof(wchar_t));
+                        groupEntries + placeBytes + Raw(WORD(program.firstName.size()));
+    bytes.append(reinterpret_cast<char const *>(program.firstName.data()),
+                 program.firstName.size() * sizeof(wchar_t));
     DWORD const rva = DWORD(sectionRva + data.size());
     data = AlignEnd(
         FileBytes(data + bytes, {{IMAGE_DIRECTORY_ENTRY_RESOURCE, {rva, DWORD(bytes.size())}}}));
