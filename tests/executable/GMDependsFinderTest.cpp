@@ -23,8 +23,8 @@ TEST(GMDependsFinder, ListsNamesInFileOrder)
 {
     std::string const program = ProgramBytes({"KERNEL32.dll", "b.dll", "b.dll"}, {"Late.dll"});
     Names const all = {L"KERNEL32.dll", L"b.dll", L"b.dll", L"Late.dll"};
-    constexpr std::size_t importSize =
-        ntOffset + offsetof(IMAGE_NT_HEADERS32, OptionalHeader.DataDirectory) + 8 + 4;
+    constexpr DWORD importSize = ntOffset + 120 + 8 + 4; // of the second directory
+    constexpr DWORD delayName = sectionOffset + 4 * 20 + 4;
     std::tuple<char const *, std::string, Names> const cases[] = {
         // no names where it fails
         {"case and repetition", program, all},
@@ -32,9 +32,7 @@ TEST(GMDependsFinder, ListsNamesInFileOrder)
         {"size told", Patched(program, importSize, DWORD(39)), {all[0], all[3]}},
         {"a thunk of 0", Patched(program, sectionOffset + 16, DWORD(0)), {all[3]}},
         {"size beyond the file", Patched(program, importSize, 0xFFFFFFFF), all},
-        {"no delayed name",
-         Patched(program, sectionOffset + 84, DWORD(0)),
-         {all[0], all[1], all[1]}},
+        {"no delayed name", Patched(program, delayName, DWORD(0)), {all[0], all[1], all[1]}},
         {"name cut at 259", ProgramBytes({std::string(400, 'x')}), {GMString(259, L'x')}},
         {"not an image", Patched(program, ntOffset + 22, WORD(0)), {}},
         {"no MZ", Patched(program, 0, 'm'), {}},
@@ -120,8 +118,7 @@ TEST(GMDependsFinder, BoundsWhatHostileImportsCost)
             FileBytes(table + names, {{IMAGE_DIRECTORY_ENTRY_IMPORT, {sectionRva, tableSize}}});
         DWORD const headers = moreSections * DWORD(sizeof(IMAGE_SECTION_HEADER));
         Place(bytes, ntOffset + 6, static_cast<WORD>(moreSections + 1));
-        Place(bytes, sectionsOffset + offsetof(IMAGE_SECTION_HEADER, PointerToRawData),
-              sectionOffset + headers);
+        Place(bytes, rawOffset, sectionOffset + headers);
         bytes.insert(sectionsOffset, headers, '\0');
         std::wstring const path = folder.Write(L"a.exe", bytes);
 

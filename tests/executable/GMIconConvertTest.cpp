@@ -113,13 +113,11 @@ TEST(GMIconConvert, DrawsIconsOfAllDepthsWithTheirAlpha)
         IconProgram const program = {{BitmapImage(32, 32, depth)}, {GroupBytes({1})}};
         GMIconExtract extract(folder.Write(L"icon.exe", IconProgramBytes(program)));
         ScopedIcon const icon(CopyIcon(extract.GetIcon(nullptr, 1)));
-        Pixels expected(32 * 32, 0x801A334D); // the colour times the alpha of 0x80
-        if (depth != 32)
-        {
-            // The mask hides the lower half. What is hidden keeps its colour, without alpha.
-            std::fill_n(expected.begin(), 16 * 32, opaqueColor);
-            std::fill_n(expected.begin() + 16 * 32, 16 * 32, imageColor);
-        }
+        // The mask hides the lower half. What is hidden keeps its colour, without alpha.
+        Pixels expected(16 * 32, opaqueColor);
+        expected.resize(32 * 32, imageColor);
+        if (depth == 32)
+            expected.assign(32 * 32, 0x801A334D); // the colour times the alpha of 0x80
         unsigned int before = 0;
         for (int i = 0; i != 2; ++i)
         {

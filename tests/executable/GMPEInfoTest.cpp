@@ -16,7 +16,6 @@ TEST(GMPEInfo, TranslatesAddressesWithinSections)
     constexpr std::size_t virtualSize = sectionsOffset + 8;
     constexpr std::size_t address = sectionsOffset + 12;
     constexpr std::size_t rawSize = sectionsOffset + 16;
-    constexpr std::size_t rawOffset = sectionsOffset + 20;
     constexpr std::size_t sectionCount = ntOffset + 6; // with half of the time stamp
     constexpr std::size_t alignment = ntOffset + 56;
     constexpr std::size_t ntField = offsetof(IMAGE_DOS_HEADER, e_lfanew);

@@ -42,6 +42,7 @@ std::string Patched(std::string bytes, std::size_t at, T const & value)
 // The layout of the files below.
 constexpr DWORD ntOffset = 0x80;
 constexpr DWORD sectionsOffset = ntOffset + sizeof(IMAGE_NT_HEADERS32);
+constexpr DWORD rawOffset = sectionsOffset + 20; // the field that tells sectionOffset
 constexpr DWORD sectionRva = 0x3000;
 constexpr DWORD sectionOffset = 0x400;
 
@@ -166,8 +167,7 @@ inline std::string GroupBytes(std::vector<WORD> const & ids)
 inline std::string AlignEnd(std::string bytes)
 {
     DWORD const padding = static_cast<DWORD>(4096 - bytes.size() % 4096) % 4096;
-    Place(bytes, sectionsOffset + offsetof(IMAGE_SECTION_HEADER, PointerToRawData),
-          static_cast<DWORD>(sectionOffset + padding));
+    Place(bytes, rawOffset, sectionOffset + padding);
     return bytes.insert(sectionOffset, padding, '\0');
 }
 
@@ -197,6 +197,7 @@ inline std::string IconProgramBytes(IconProgram const & program, std::size_t * t
     { return Raw(0ull, 0ul, WORD(named), WORD(numbered)); };
     std::size_t const images = program.images.size();
     std::size_t const groups = program.groups.size();
+    std::size_t const named = program.firstName.empty() ? 0 : 1;
     DWORD const places = DWORD(64 + 8 * (images + groups));
     DWORD const nameOffset = DWORD(places + 40 * (images + groups));
     std::string imageEntries, groupEntries, placeBytes, data;
@@ -211,10 +212,7 @@ inline std::string IconProgramBytes(IconProgram const & program, std::size_t * t
     for (std::size_t i = 0; i != images; ++i)
         add(imageEntries, DWORD(i + 1), program.images[i]);
     for (std::size_t i = 0; i != groups; ++i)
-        add(groupEntries,
-            i == 0 && !program.firstName.empty() ? nameOffset | tableBit : DWORD(i + 1),
-            program.groups[i]);
-    std::size_t const named = program.firstName.empty() ? 0 : 1;
+        add(groupEntries, i < named ? nameOffset | tableBit : DWORD(i + 1), program.groups[i]);
     std::string bytes = table(0, 2) + Raw(3, 32 | tableBit, 14, DWORD(48 + 8 * images) | tableBit) +
                         table(0, images) + imageEntries + table(named, groups - named) +
                         groupEntries + placeBytes + Raw(WORD(program.firstName.size()));
