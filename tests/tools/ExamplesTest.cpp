@@ -14,7 +14,6 @@ TEST_F(Examples, ShowTheirFamily)
         "  there is a key \"verbose\"\n  the name is John Doe\n  the port after this one is 8081\n"
         "With a key more:\n  Read.txt by=\"the example\" name=\"John Doe\" port=8080 verbose\n"
         "It reads back as it is.\n");
-    Run(0, L"cmdline", L"-run=setup.exe -fast", "  fast\n  run = setup.exe\n");
     m_folder.Write(L"from\\a\\b", "12345");
     Run(0, L"copy_tree", L"from to", "1 files, 5B\nAll of it came over.\n");
     Run(0, L"dependencies", ProgramBeside(L"subject.dll"), "version 9.8.7.6\nnot signed\n");
