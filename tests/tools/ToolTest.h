@@ -18,16 +18,20 @@ protected:
     ToolTest() { SetCurrentDirectoryW(m_folder.Path().c_str()); }
     ~ToolTest() override { SetCurrentDirectoryW(L"C:\\"); }
 
-    /// Expects the exit code and a text in what the program tells. \return all that it tells
+    /// Expects the exit code, and texts in what the program tells, in their order. \return all that it
+    ///     tells
+    template <class... Texts>
     std::string Run(DWORD code, std::wstring const & program, std::wstring const & arguments,
-                    std::string const & says = "")
+                    Texts const &... says)
     {
-        DWORD const ended =
-            RunProgram(ProgramBeside(program + L".exe") + L" " + arguments, L"output");
+        std::wstring const path = ProgramBeside(program + L".exe");
+        EXPECT_EQ(code, RunProgram(path + L" " + arguments, L"output"));
         std::string output = ReadBytes(L"output");
         output.erase(std::remove(output.begin(), output.end(), '\r'), output.end());
-        EXPECT_EQ(code, ended) << testing::PrintToString(arguments) << "\n" << output;
-        EXPECT_NE(output.npos, output.find(says)) << says << "\n" << output;
+        SCOPED_TRACE(output);
+        std::size_t at = 0;
+        for (std::string const & text : std::initializer_list<std::string>{says...})
+            EXPECT_NE(output.npos, at = output.find(text, at)) << text;
         return output;
     }
 
