@@ -8,8 +8,7 @@ using Examples = ToolTest;
 TEST_F(Examples, ShowTheirFamily)
 {
     Run(0, L"cmdline", L"-name=\"John Doe\" /Port:8080 -verbose Read.txt",
-        "  Read.txt\n  name = John Doe\n  port = 8080\n  verbose\nQuestions:\n"
-        "  there is a key \"verbose\"\n  the name is John Doe\n  the port after this one is 8081\n"
+        "the port after this one is 8081\n"
         "With a key more:\n  Read.txt by=\"the example\" name=\"John Doe\" port=8080 verbose\n"
         "It reads back as it is.\n");
     m_folder.Write(L"from\\a\\b", "12345");
@@ -25,7 +24,6 @@ TEST_F(Examples, AndToolsAnswerAlike)
     for (std::wstring const tool : {L"reginstall", L"treecopy", L"peinspect", L"machine"})
     {
         Run(0, tool, L"--help", "Usage: ");
-        Run(0, tool, L"--version", "11.0.");
         Run(2, tool, L"--no-such", "not understood: --no-such\n");
     }
 }

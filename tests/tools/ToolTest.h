@@ -24,8 +24,7 @@ protected:
     std::string Run(DWORD code, std::wstring const & program, std::wstring const & arguments,
                     Texts const &... says)
     {
-        std::wstring const path = ProgramBeside(program + L".exe");
-        EXPECT_EQ(code, RunProgram(path + L" " + arguments, L"output"));
+        EXPECT_EQ(code, RunProgram(ProgramBeside(program + L".exe") + L" " + arguments, L"output"));
         std::string output = ReadBytes(L"output");
         output.erase(std::remove(output.begin(), output.end(), '\r'), output.end());
         SCOPED_TRACE(output);

@@ -17,11 +17,9 @@ TEST_F(Treecopy, CopiesAllThatIsThere)
     for (auto const & [name, bytes] : files)
         SetFileAttributesW(m_folder.Write(L"from" + name, bytes).c_str(), FILE_ATTRIBUTE_READONLY);
     m_folder.Write(L"to\\kept");
-    std::wstring const left = m_folder.Write(L"to\\a\\~treecopy-000000010000000200000003-4.tmp");
-    SetFileAttributesW(left.c_str(), FILE_ATTRIBUTE_READONLY);
+    m_folder.Write(L"to\\a\\~treecopy-000000010000000200000003-4.tmp"); // of a copy that was killed
     for (int run = 0; run < 2; ++run) // the second one finds read-only files in its way
-        Run(0, L"treecopy", L"--workers 3 from to\\",
-            "3 of 3 files, 2.9MB of 2.9MB copied into 2 dir");
+        Run(0, L"treecopy", L"--workers 3 from to\\", "3 of 3 files, 2.9MB of 2.9MB copied");
     for (auto const & [name, bytes] : files)
     {
         EXPECT_EQ(bytes, ReadBytes(L"to" + name));
@@ -41,14 +39,12 @@ TEST_F(Treecopy, NamesWhatFails)
     DirectoryLink const link(m_folder.File(L"from\\link"), m_folder.Path() + L"\\else");
     GMFile lock;
     lock.Create(L"from\\locked", GENERIC_READ, 0, OPEN_EXISTING, 0);
-    std::string const output = Run(1, L"treecopy", L"from to", "2 of 4 files", "5 failures");
-    for (char const * says : {"from\\locked: Sharing violation",
-                              "to\\way: ", "to\\taken: ", "from\\circle: left out, a link that",
-                              "from\\target: left out, a link leads"})
-        EXPECT_NE(output.npos, output.find(says)) << says << "\n" << output;
+    Run(1, L"treecopy", L"--workers 1 from to", "2 of 4 files", "5 failures",
+        "from\\circle: left out, a link that", "from\\target: left out, a link leads",
+        "to\\way: ", "from\\locked: Sharing violation", "to\\taken: ");
     EXPECT_TRUE(fs::exists(L"to\\link\\where"));
-    for (wchar_t const * arguments : {L"from from\\way\\new", L"from from\\circle\\x",
-                                      L"from .\\FROM", L"missing to", L"\"\" to"})
+    for (wchar_t const * arguments :
+         {L"from from\\way\\new", L"from from\\circle\\x", L"from .\\FROM", L"missing to"})
         Run(3, L"treecopy", arguments, ": ");
     EXPECT_FALSE(fs::exists(L"from\\way\\new"));
 }
