@@ -24,6 +24,16 @@ HICON WINAPI NoteChoice(BYTE * bytes, DWORD size, BOOL isIcon, DWORD version)
     return reinterpret_cast<HICON>(1);
 }
 
+/// The system, without memory for whom it calls back; an exception that passes it ends the program.
+BOOL WINAPI EnumerateWithoutMemory(HMODULE module, LPCWSTR type, ENUMRESNAMEPROCW callback,
+                                   LONG_PTR object) noexcept
+{
+    wchar_t name[] = L"a long name";
+    ImportHook const hook(
+        "malloc", +[](std::size_t) -> void * { return nullptr; }, L"libstdc++-6.dll");
+    return callback(module, type, name, object);
+}
+
 /// The image of which GetIcon has an icon made; empty for none.
 template <class... Arguments>
 std::string Chosen(GMIconExtract & extract, Arguments... arguments)
@@ -42,6 +52,10 @@ TEST(GMIconExtract, FindsGroupsAndImages)
     GMIconExtract extract(folder.File(L"no.exe"));
     EXPECT_FALSE(extract.IsOpen() || extract.GetIconNums() != 0);
     extract = GMIconExtract(GMIconExtract(folder.Write(L"a.exe", IconProgramBytes(program))));
+    {
+        ImportHook const hook("EnumResourceNamesW", &EnumerateWithoutMemory);
+        EXPECT_THROW(extract.GetIconNums(), std::bad_alloc);
+    }
     std::vector<unsigned long long> numbers = {99};
     EXPECT_EQ(std::vector<GMString>{L"NAME"}, extract.GetIconIDs(numbers));
     EXPECT_EQ((std::vector<unsigned long long>{2, 3}), numbers);

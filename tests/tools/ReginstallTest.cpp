@@ -87,11 +87,14 @@ TEST_F(Reginstall, RefusesBeforeAnythingChanges)
         {"[-hkcu]", "line 4: a whole root"},
         {"[-K\\x]\n\"v\"=-", "line 5: a value without a key"},
         {"\"v\"=\"C:\\dir\"", "line 4: only \\\\ and"},
+        {"\"v\"=dword:xyz", "line 4: no number"},
+        {"\"v\"=hex:zz", "line 4: no list of bytes"},
         {"\"v\"=hex(7):41,00,00,00", "line 4: data that can't"},
         {"[-K\\Odd]", "Odd: \"Unterminated\" is stored"},
     };
     for (auto const & [text, complaint] : cases)
         Install(3, "[K\\Old]\n\"Text\"=\"changed\"\n" + std::string(text), complaint);
+    Install(3, "; none\n", "holds no keys");
     m_folder.Write(L"damaged.undo", ReadBytes(L"start.undo") + "?");
     Run(3, L"reginstall", L"undo damaged.undo", "is damaged; nothing was changed");
     Run(3, L"reginstall", L"install a.reg --undo start.undo", "is there already");

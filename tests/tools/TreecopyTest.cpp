@@ -2,6 +2,7 @@
 
 #include "VelmoraCommon/files/GMFile.h"
 #include "tests/support/DirectoryLink.h"
+#include "tests/support/HostShell.h"
 #include "tests/tools/ToolTest.h"
 
 namespace Velmora::Testing
@@ -26,6 +27,13 @@ TEST_F(Treecopy, CopiesAllThatIsThere)
     EXPECT_TRUE(time == std::filesystem::last_write_time(L"to\\0"));
     std::filesystem::recursive_directory_iterator const entries(L"to"), end;
     EXPECT_EQ(5, std::distance(entries, end)) << "with what was there, and without temporary files";
+    if (std::string const root = HostPath(L"C:\\"); !root.empty())
+    {
+        std::string const drive = root + "/../dosdevices/q:";
+        RunOnHost("ln -s '" + HostPath(m_folder.File(L"to")) + "' '" + drive + "'");
+        Run(0, L"treecopy", L"from Q:\\", "3 of 3 files");
+        RunOnHost("rm '" + drive + "'");
+    }
 }
 
 TEST_F(Treecopy, NamesWhatFails)
