@@ -304,6 +304,8 @@ TEST(Dialogs, AskForPathsAndTellTheChoice)
     options.multiSelect = true;
     EXPECT_EQ(chosen, GMFileDialog::SelectFiles(options));
     EXPECT_EQ(DWORD(FOS_FORCEFILESYSTEM | FOS_ALLOWMULTISELECT), s_options);
+    s_done = HRESULT_FROM_WIN32(ERROR_CANCELLED);
+    EXPECT_TRUE(GMFileDialog::SelectFiles(options).empty());
     EXPECT_EQ(0, s_references);
 }
 

@@ -12,7 +12,6 @@
 #include "VelmoraCommon/shell/GMFontChange.h"
 #include "tests/support/ChildProcess.h"
 #include "tests/support/ChildTask.h"
-#include "tests/support/GuardBuffer.h"
 #include "tests/support/ImportHook.h"
 #include "tests/support/RegistrySandbox.h"
 #include "tests/support/TemporaryFolder.h"
@@ -78,7 +77,8 @@ int AnswerOn(std::wstring const & major)
     if (s_major == 10) // on 6 it can't be read
         Set(HKEY_LOCAL_MACHINE, s_system + L"\\CurrentVersion\\Policies\\System", L"EnableLUA",
             GMString(2, L'\0'), REG_DWORD, 0);
-    GMShellUtils::RunAppliactionLowKey(L"hostname.exe", GMString(3000, L'x'), major);
+    // A program without a window, which could lie over those of other tests.
+    GMShellUtils::RunAppliactionLowKey(L"rundll32.exe", GMString(3000, L'x'), major);
     return GMShellUtils::IsUACOpend() | GMShellUtils::IsSessionLocked() << 1 |
            (GMShellUtils::GetShellCommand(L".txt", false) == L"C:\\a.exe") << 2 |
            GMShellUtils::GetShellCommand(L"ring", false).empty() << 3 |
@@ -107,7 +107,7 @@ BOOL WINAPI TellSecurity(wchar_t const *, SECURITY_INFORMATION, void * out, DWOR
     return size >= *used && std::memcpy(out, s_access, *used) != nullptr;
 }
 
-GuardBuffer<char> const * s_manifest; // in place of a resource
+std::string s_manifest; // in place of a resource, and a quote behind its end
 
 std::wstring s_windows; // stands for the Windows directory
 
@@ -166,9 +166,9 @@ TEST(GMShellUtils, FindsTheExecutionLevel)
     TemporaryFolder const folder;
     std::wstring const program = folder.Write(L"game.exe");
     ImportHook const lock(
-        "LockResource", +[](HGLOBAL) WINAPI -> void * { return s_manifest->Data(); });
+        "LockResource", +[](HGLOBAL) WINAPI -> void * { return s_manifest.data(); });
     ImportHook const size(
-        "SizeofResource", +[](HMODULE, HRSRC) WINAPI { return DWORD(s_manifest->Size()); });
+        "SizeofResource", +[](HMODULE, HRSRC) WINAPI { return DWORD(s_manifest.size() - 1); });
     unsigned int level = 7;
     // Behind the name of the attribute, and the level of it beside the file and in it.
     std::tuple<char const *, unsigned int, unsigned int> const cases[] = {
@@ -182,8 +182,7 @@ TEST(GMShellUtils, FindsTheExecutionLevel)
         folder.Write(L"game.exe.manifest", manifest);
         EXPECT_EQ(beside != 0, GMShellUtils::FindRequestedExecutionLevel(program, level, nullptr));
         EXPECT_EQ(beside, level);
-        GuardBuffer<char> const bytes(manifest);
-        s_manifest = &bytes;
+        s_manifest = manifest + '"';
         EXPECT_EQ(inside != 0, GMShellUtils::FindRequestedExecutionLevel(
                                    L"C:\\windows\\system32\\winver.exe", level, nullptr));
         EXPECT_EQ(inside, level);
