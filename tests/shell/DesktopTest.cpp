@@ -69,9 +69,6 @@ LPITEMIDLIST WINAPI Browse(BROWSEINFOW * browse)
     return list;
 }
 
-OPENFILENAMEW s_asked;
-std::wstring s_filter;
-
 int s_references; // of all fakes together
 
 /// Stands for objects of all interfaces whose functions have different places in its table.
@@ -188,24 +185,22 @@ BOOL WINAPI TellDesktop(HWND, wchar_t * path, int folder, BOOL)
     return folder == CSIDL_DESKTOPDIRECTORY;
 }
 
-HWND Make(wchar_t const * kind, HWND parent, int left, DWORD style)
-{
-    WNDCLASSW description = {};
-    description.lpfnWndProc = &DefWindowProcW;
-    description.lpszClassName = kind;
-    RegisterClassW(&description);
-    return *new Window({left, 0, left + 200, 200}, parent, style, kind, L"of a test");
-}
-
 /// The desktop and a window right of it, both with two entries.
 int ShowExplorer(std::wstring const &)
 {
     InitCommonControls();
+    WNDCLASSW description = {};
+    description.lpfnWndProc = &DefWindowProcW;
+    for (wchar_t const * kind : {L"SHELLDLL_DefView", L"Progman", L"CabinetWClass"})
+    {
+        description.lpszClassName = kind;
+        RegisterClassW(&description);
+    }
     for (int left : {0, 300})
     {
-        HWND const top =
-            Make(left == 0 ? L"Progman" : L"CabinetWClass", nullptr, left, WS_POPUP | WS_VISIBLE);
-        HWND const view = Make(L"SHELLDLL_DefView", top, 0, child);
+        HWND const top = *new Window({left, 0, left + 200, 200}, nullptr, WS_POPUP | WS_VISIBLE,
+                                     left == 0 ? L"Progman" : L"CabinetWClass", L"of a test");
+        HWND const view = *new Window({0, 0, 200, 200}, top, child, L"SHELLDLL_DefView");
         HWND const list = *new Window({0, 0, 200, 200}, view, child | LVS_LIST, L"SysListView32");
         wchar_t names[][10] = {L"a file", L"a folder"};
         for (wchar_t * name : names) // each in front of the others
@@ -218,8 +213,9 @@ int ShowExplorer(std::wstring const &)
     }
     SetEvent(OpenEventW(EVENT_MODIFY_STATE, FALSE, L"VelmoraTest-explorer"));
     MSG message;
-    while (GetMessageW(&message, nullptr, 0, 0))
+    while (GetMessageW(&message, nullptr, 0, 0) && message.message != WM_APP)
         DispatchMessageW(&message);
+    Sleep(INFINITE); // hangs
     return 0;
 }
 ChildTask const explorer(L"shell-explorer", &ShowExplorer);
@@ -235,9 +231,6 @@ TEST(GMWindowUtils, KnowsTheOrder)
     EXPECT_EQ(0, GMWindowUtils::IsEntirelyCovered(below));
     Window const right({200, 90, 310, 210}, nullptr);
     EXPECT_EQ(1, GMWindowUtils::IsEntirelyCovered(below)); // by the two together
-    ShowWindow(left, SW_HIDE);
-    EXPECT_EQ(0, GMWindowUtils::IsEntirelyCovered(below));
-    EXPECT_EQ(0, GMWindowUtils::IsAbove(below, left));
     GMWindowUtils::BringToFrontWindow(below, true);
     EXPECT_FALSE(GMWindowUtils::IsForegroundFullScreen());
     MoveWindow(below, 0, 0, 1024, 768, FALSE); // which is the screen
@@ -292,6 +285,18 @@ TEST(Dialogs, AskForPathsAndTellTheChoice)
     EXPECT_EQ(L"C:\\windows", path);
     EXPECT_EQ(L"103C:\\106C:\\104C:\\windows104您输入了不合理的路径1", s_sent);
 
+    ImportHook const ask(
+        "GetOpenFileNameW",
+        +[](OPENFILENAMEW * open) WINAPI -> BOOL
+        {
+            EXPECT_EQ(std::wstring(L"Text\0*.txt\0*.doc\0*.doc\0", 23),
+                      std::wstring(open->lpstrFilter, 23));
+            EXPECT_EQ(0x81820u, open->Flags);
+            EXPECT_EQ(&GMShellUtils::OFNCenterWindow, open->lpfnHook);
+            return wcscpy(open->lpstrFile, L"C:\\chosen") != nullptr;
+        });
+    EXPECT_EQ(L"C:\\chosen", GMWindowUtils::SelectFile({L"Text|*.txt", L"*.doc"}, L"", nullptr));
+
     ImportHook const create("CoCreateInstance", &Create);
     s_folder = L"C:\\windows";
     PickerOptions options;
@@ -307,23 +312,6 @@ TEST(Dialogs, AskForPathsAndTellTheChoice)
     s_done = HRESULT_FROM_WIN32(ERROR_CANCELLED);
     EXPECT_TRUE(GMFileDialog::SelectFiles(options).empty());
     EXPECT_EQ(0, s_references);
-}
-
-TEST(GMWindowUtils, AsksForAFile)
-{
-    ImportHook const ask(
-        "GetOpenFileNameW",
-        +[](OPENFILENAMEW * open) WINAPI -> BOOL
-        {
-            s_asked = *open;
-            s_filter.assign(open->lpstrFilter, 20);
-            wcscpy(open->lpstrFile, L"C:\\chosen");
-            return TRUE;
-        });
-    EXPECT_EQ(L"C:\\chosen", GMWindowUtils::SelectFile({L"Text|*.txt", L"*.doc"}, L"", nullptr));
-    EXPECT_EQ(std::wstring(L"Text\0*.txt\0*.doc\0*.doc\0", 20), s_filter.substr(0, 20));
-    EXPECT_EQ(0x81820u, s_asked.Flags);
-    EXPECT_EQ(&GMShellUtils::OFNCenterWindow, s_asked.lpfnHook);
 }
 
 TEST(Explorer, PinsAndShowsItsFolder)
@@ -381,6 +369,11 @@ TEST(Explorer, PinsAndShowsItsFolder)
     }
     s_viewWindow = nullptr; // not the one that the mouse is on
     EXPECT_EQ(L"", GMExplorerUtils::GetExplorerPathFromCursorPos());
+    PostMessageW(FindWindowW(L"CabinetWClass", L"of a test"), WM_APP, 0, 0);
+    ULONGLONG const begin = GetTickCount64();
+    EXPECT_EQ(L"", GMExplorerUtils::GetExplorerPathFromCursorPos());
+    GMShellUtils::RefreshSystemEnvironment();
+    EXPECT_LT(GetTickCount64() - begin, 20000u);
     EXPECT_EQ(0, s_references);
 }
 
